@@ -1,0 +1,38 @@
+# Compile settings that every target of this project shares, and the one way a folder becomes a library.
+
+add_library(brio_compile_settings INTERFACE)
+target_compile_options(brio_compile_settings INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion -Wshadow
+  $<$<BOOL:${BRIO_WARNINGS_AS_ERRORS}>:-Werror>)
+if(NOT BRIO_SANITIZE STREQUAL "")
+  target_compile_options(brio_compile_settings INTERFACE
+    -fsanitize=${BRIO_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  target_link_options(brio_compile_settings INTERFACE -fsanitize=${BRIO_SANITIZE})
+endif()
+
+# brio_library(<name> HEADERS <public headers...> SOURCES <files...> [PUBLIC <libs...>] [PRIVATE <libs...>])
+# makes brio::<name> out of the current folder; headers are included as "<folder>/<file>".
+function(brio_library name)
+  cmake_parse_arguments(ARG "" "" "HEADERS;SOURCES;PUBLIC;PRIVATE" ${ARGN})
+  add_library(brio_${name} ${ARG_SOURCES})
+  add_library(brio::${name} ALIAS brio_${name})
+  set_target_properties(brio_${name} PROPERTIES
+    EXPORT_NAME ${name} VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
+    INSTALL_RPATH "$ORIGIN")
+  target_sources(brio_${name} PUBLIC FILE_SET HEADERS
+    BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${ARG_HEADERS})
+  target_compile_features(brio_${name} PUBLIC cxx_std_17)
+  target_compile_options(brio_${name} PRIVATE -fno-semantic-interposition)
+  target_link_libraries(brio_${name}
+    PUBLIC ${ARG_PUBLIC} PRIVATE ${ARG_PRIVATE} $<BUILD_INTERFACE:brio_compile_settings>)
+  set_property(GLOBAL APPEND PROPERTY BRIO_INSTALLED_TARGETS brio_${name})
+endfunction()
+
+# brio_site_library(<name> <target>) lets a site's own target stand where brio::<name> would.
+function(brio_site_library name target)
+  add_library(brio_${name} INTERFACE)
+  add_library(brio::${name} ALIAS brio_${name})
+  set_target_properties(brio_${name} PROPERTIES EXPORT_NAME ${name})
+  target_link_libraries(brio_${name} INTERFACE ${target})
+  set_property(GLOBAL APPEND PROPERTY BRIO_INSTALLED_TARGETS brio_${name})
+endfunction()

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <iostream>
+#include <string>
+
+#include <boost/lexical_cast.hpp>
+
+namespace brio::dbi {
+
+/// One value of a loaded row: the database's text form of it, or nothing where the value was NULL or the
+/// column was not fetched. A view into its table's result: valid until the table is loaded again or destroyed.
+class Column {
+public:
+  Column() = default;
+  explicit Column(const char* text) : text_(text) {}
+
+  /// Converts the whole text to a T (no blanks around it, no fraction for an integer, nothing out of range)
+  /// and stores it in `out`.
+  /// \return false, with `out` unchanged, when the value is absent, and when the text cannot be converted,
+  ///         which also writes a line that shows the text to standard error. Never throws for what the text
+  ///         holds.
+  template <class T>
+  bool Get(T& out) const {
+    if (text_ == nullptr) { return false; }
+    const std::string text(text_);
+    try {
+      out = boost::lexical_cast<T>(text);
+    } catch (const boost::bad_lexical_cast&) {
+      std::cerr << "Column::Get(): Bad_lexical_cast! Value = " << text_ << std::endl;
+      return false;
+    }
+    return true;
+  }
+
+  /// The text itself; null when the value is absent.
+  const char* Text() const { return text_; }
+
+private:
+  const char* text_ = nullptr;
+};
+
+}  // namespace brio::dbi

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include <libpq-fe.h>
+
+#include "database/Table.h"
+
+namespace brio::dbi {
+
+/// Runs one hand-written statement through the connection of a table that was set up for the hardware
+/// database (SetDetector, SetTableType(2), SetTimeQueries).
+/// \return the result of a statement that returned rows (perhaps none), which the caller frees with PQclear,
+///         with the table's connection left open; null when connecting, sending or the statement failed, or
+///         when the statement is not one that returns rows. A failure is logged at error severity, category
+///         "RunHistory", and closes the connection. Throws nothing.
+PGresult* PerformPGQuery(const std::string& query, Table& table);
+
+// std::auto_ptr was dropped from C++17 but is still there in the standard libraries that say so.
+#if defined(__GLIBCXX__) || __cplusplus < 201703L || defined(_LIBCPP_ENABLE_CXX17_REMOVED_AUTO_PTR)
+#define BRIO_HAS_AUTO_PTR 1
+#if defined(__GNUC__)
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
+#endif
+/// The same for a table held by the pointer type of older code. The table stays the caller's.
+PGresult* PerformPGQuery(const std::string& query, const std::auto_ptr<Table>& table);
+#if defined(__GNUC__)
+#pragma GCC diagnostic pop
+#endif
+#endif
+
+}  // namespace brio::dbi
