@@ -1,0 +1,113 @@
+#include "tests/support/Server.h"
+
+#include <unistd.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <iostream>
+#include <memory>
+#include <stdexcept>
+
+namespace brio::test {
+namespace {
+
+using Connection = std::unique_ptr<PGconn, decltype(&PQfinish)>;
+using Result = std::unique_ptr<PGresult, decltype(&PQclear)>;
+
+constexpr const char* kOwner = "postgres";
+
+}  // namespace
+
+namespace server {
+
+std::string SocketFolder() {
+  const char* folder = std::getenv("BRIO_TEST_SERVER_DIR");
+  if (folder == nullptr) {
+    std::cerr << "BRIO_TEST_SERVER_DIR is not set: server tests run through ctest, which starts a private server\n";
+    std::exit(1);
+  }
+  return std::string(folder) + "/socket";
+}
+
+std::string ConnectionString(const std::string& database, const std::string& user) {
+  return "host=" + SocketFolder() + " dbname=" + database + " user=" + user;
+}
+
+std::string Template(const std::string& prefix, const std::string& user) {
+  return ConnectionString(prefix + "_{detector}", user);
+}
+
+std::vector<std::vector<std::string>> Query(const std::string& database, const std::string& statement) {
+  const Connection connection(PQconnectdb(ConnectionString(database, kOwner).c_str()), &PQfinish);
+  const Result result(PQexec(connection.get(), statement.c_str()), &PQclear);
+  const auto status = PQresultStatus(result.get());
+  if (status != PGRES_TUPLES_OK && status != PGRES_COMMAND_OK) {
+    throw std::runtime_error(PQerrorMessage(connection.get()) + statement);
+  }
+  std::vector<std::vector<std::string>> rows(static_cast<std::size_t>(PQntuples(result.get())));
+  for (std::size_t row = 0; row < rows.size(); ++row) {
+    for (int column = 0; column < PQnfields(result.get()); ++column) {
+      const int index = static_cast<int>(row);
+      const bool null = PQgetisnull(result.get(), index, column) != 0;
+      rows[row].emplace_back(null ? "\\N" : PQgetvalue(result.get(), index, column));
+    }
+  }
+  return rows;
+}
+
+std::string Value(const std::string& database, const std::string& statement) {
+  return Query(database, statement).at(0).at(0);
+}
+
+int OpenConnections() {
+  return std::stoi(
+      Value("postgres", "SELECT count(*) FROM pg_stat_activity WHERE application_name = 'brio-runhistory'"));
+}
+
+}  // namespace server
+
+ScratchDatabases::ScratchDatabases(const std::string& source, const std::vector<std::string>& detectors)
+    : detectors_(detectors) {
+  static std::atomic<int> count{0};
+  prefix_ = "scratch_" + std::to_string(getpid()) + "_" + std::to_string(++count);
+  for (const auto& detector : detectors_) {
+    server::Query("postgres", "CREATE DATABASE " + Name(detector) + " TEMPLATE " + source + "_" + detector);
+  }
+}
+
+ScratchDatabases::~ScratchDatabases() {
+  for (const auto& detector : detectors_) {
+    try {
+      server::Query("postgres", "DROP DATABASE IF EXISTS " + Name(detector) + " WITH (FORCE)");
+    } catch (const std::exception& error) { std::cerr << error.what() << '\n'; }
+  }
+}
+
+std::string ScratchDatabases::Template() const { return server::Template(prefix_); }
+
+void ScratchDatabases::Execute(const std::string& sql, const std::string& detector) const {
+  server::Query(Name(detector), sql);
+}
+
+EnvironmentVariable::EnvironmentVariable(std::string name, const char* value)
+    : name_(std::move(name)), wasSet_(std::getenv(name_.c_str()) != nullptr) {
+  if (wasSet_) { before_ = std::getenv(name_.c_str()); }
+  if (value != nullptr) {
+    setenv(name_.c_str(), value, 1);
+  } else {
+    unsetenv(name_.c_str());
+  }
+}
+
+EnvironmentVariable::EnvironmentVariable(std::string name, const std::string& value)
+    : EnvironmentVariable(std::move(name), value.c_str()) {}
+
+EnvironmentVariable::~EnvironmentVariable() {
+  if (wasSet_) {
+    setenv(name_.c_str(), before_.c_str(), 1);
+  } else {
+    unsetenv(name_.c_str());
+  }
+}
+
+}  // namespace brio::test
