@@ -1,5 +1,6 @@
 #include <cstdint>
 #include <cstdlib>
+#include <ostream>
 #include <random>
 #include <set>
 #include <stdexcept>
@@ -69,6 +70,10 @@ struct BadDAQChannel {
   int detector;
   unsigned int diblock, dcm, feb, pixel;
   const char* complaint;
+
+  friend std::ostream& operator<<(std::ostream& out, const BadDAQChannel& bad) {
+    return out << bad.complaint;
+  }
 };
 
 class DAQChannelOutOfRange : public testing::TestWithParam<BadDAQChannel> {};
@@ -95,6 +100,10 @@ struct BadLogicalChannel {
   int detector;
   unsigned int plane, cell;
   const char* complaint;
+
+  friend std::ostream& operator<<(std::ostream& out, const BadLogicalChannel& bad) {
+    return out << bad.complaint;
+  }
 };
 
 class LogicalChannelOutOfRange : public testing::TestWithParam<BadLogicalChannel> {};

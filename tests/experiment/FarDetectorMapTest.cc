@@ -1,3 +1,5 @@
+#include <ostream>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -59,6 +61,10 @@ TEST(FarDetectorMap, EveryDAQChannelComesBack) {
 /// Written out by hand, with no word of the formulas.
 struct Place {
   unsigned int plane, cell, diblock, dcm, port, pixel;
+
+  friend std::ostream& operator<<(std::ostream& out, const Place& place) {
+    return out << "plane " << place.plane << " cell " << place.cell;
+  }
 };
 
 class FarDetectorPlaces : public testing::TestWithParam<Place> {};

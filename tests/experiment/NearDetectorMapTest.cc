@@ -1,4 +1,5 @@
 #include <map>
+#include <ostream>
 #include <set>
 #include <utility>
 
@@ -80,6 +81,10 @@ TEST(NearDetectorMap, TheMuonCatchersPortsAreCountedPlaneByPlaneModuleByModule) 
 
 struct Place {
   unsigned int plane, cell, diblock, dcm, port, pixel;
+
+  friend std::ostream& operator<<(std::ostream& out, const Place& place) {
+    return out << "plane " << place.plane << " cell " << place.cell;
+  }
 };
 
 class NearDetectorPlaces : public testing::TestWithParam<Place> {};
