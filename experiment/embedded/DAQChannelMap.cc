@@ -12,11 +12,14 @@ namespace {
 
 constexpr int kNearDetector = 1;
 
+[[noreturn]] void ThrowOutOfRange(const char* part, long long value, long long lowest, long long highest) {
+  throw std::out_of_range("DAQChannelMap: " + std::string(part) + " " + std::to_string(value) +
+                          " is outside " + std::to_string(lowest) + " to " + std::to_string(highest));
+}
+
+// Apart from the text of its exception, so that the compiler makes it part of its callers.
 void RequireInRange(const char* part, long long value, long long lowest, long long highest) {
-  if (value < lowest || value > highest) {
-    throw std::out_of_range("DAQChannelMap: " + std::string(part) + " " + std::to_string(value) +
-                            " is outside " + std::to_string(lowest) + " to " + std::to_string(highest));
-  }
+  if (value < lowest || value > highest) { ThrowOutOfRange(part, value, lowest, highest); }
 }
 
 }  // namespace
