@@ -1,13 +1,31 @@
-# Install and export: find_package(brio) gives brio::RunHistory and the libraries below it.
+# Install and export: find_package(brio) gives brio::RunHistory and the libraries below it. The libraries find
+# the table definitions in ../share/brio beside them, so that an installed tree may be moved as a whole.
 include(CMakePackageConfigHelpers)
+
+install(DIRECTORY RunHistory/tables DESTINATION ${CMAKE_INSTALL_DATADIR}/brio/RunHistory
+  FILES_MATCHING PATTERN "*.xml")
 
 get_property(brio_targets GLOBAL PROPERTY BRIO_INSTALLED_TARGETS)
 install(TARGETS ${brio_targets} EXPORT brioTargets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
   FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/brio)
-install(EXPORT brioTargets NAMESPACE brio:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/brio)
+
+# What users of the installed libraries must have found themselves, or find with them.
+set(brio_site_targets ${BRIO_EXPERIMENT_TARGET} ${BRIO_FRAMEWORK_TARGET})
+get_target_property(framework_libraries brio_framework INTERFACE_LINK_LIBRARIES)
+set(brio_uses_root OFF)
+if("ROOT::Core" IN_LIST framework_libraries)
+  set(brio_uses_root ON)
+endif()
+
+set(brio_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/brio)
+install(EXPORT brioTargets NAMESPACE brio:: DESTINATION ${brio_package_dir})
 configure_package_config_file(cmake/brioConfig.cmake.in ${CMAKE_CURRENT_BINARY_DIR}/brioConfig.cmake
-  INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/brio)
+  INSTALL_DESTINATION ${brio_package_dir})
 write_basic_package_version_file(${CMAKE_CURRENT_BINARY_DIR}/brioConfigVersion.cmake
   COMPATIBILITY SameMinorVersion)
-install(FILES ${CMAKE_CURRENT_BINARY_DIR}/brioConfig.cmake ${CMAKE_CURRENT_BINARY_DIR}/brioConfigVersion.cmake
-  DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/brio)
+install(FILES
+  ${CMAKE_CURRENT_BINARY_DIR}/brioConfig.cmake ${CMAKE_CURRENT_BINARY_DIR}/brioConfigVersion.cmake
+  DESTINATION ${brio_package_dir})

@@ -11,10 +11,12 @@ if(NOT BRIO_SANITIZE STREQUAL "")
 endif()
 
 # brio_library(<name> HEADERS <public headers...> SOURCES <files...> [PUBLIC <libs...>] [PRIVATE <libs...>])
-# makes brio::<name> out of the current folder; headers are included as "<folder>/<file>".
+# makes the shared library brio::<name> out of the current folder; headers are included as "<folder>/<file>".
+# Shared only: what a library finds beside itself, and what exists once in a process, would not survive being
+# linked into several others.
 function(brio_library name)
   cmake_parse_arguments(ARG "" "" "HEADERS;SOURCES;PUBLIC;PRIVATE" ${ARGN})
-  add_library(brio_${name} ${ARG_SOURCES})
+  add_library(brio_${name} SHARED ${ARG_SOURCES})
   add_library(brio::${name} ALIAS brio_${name})
   set_target_properties(brio_${name} PROPERTIES
     EXPORT_NAME ${name} VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}

@@ -1,0 +1,46 @@
+#!/usr/bin/env python3
+"""Checks that every C++ block of the documentation is a copy of a file that is built.
+
+    check_code_blocks.py REPOSITORY
+
+Above each ```cpp block stands the comment <!-- file: PATH -->, and the block equals that file; every file in
+docs/examples is shown somewhere.
+"""
+
+import pathlib
+import re
+import sys
+
+BLOCK = re.compile(r"(?:<!-- file: (?P<file>\S+) -->\s*\n)?```cpp\n(?P<code>.*?)```", re.DOTALL)
+
+
+def problems(repository: pathlib.Path):
+    pages = [page for page in sorted(repository.rglob("*.md"))
+             if page.relative_to(repository).parts[0] not in ("build", "out")]
+    shown = set()
+    for page in pages:
+        for block in BLOCK.finditer(page.read_text()):
+            where = f"{page.relative_to(repository)}:{page.read_text()[:block.start('code')].count(chr(10))}"
+            if block["file"] is None:
+                yield f"{where}: no <!-- file: ... --> above this block"
+                continue
+            shown.add(block["file"])
+            source = repository / block["file"]
+            if not source.is_file():
+                yield f"{where}: there is no {block['file']}"
+            elif source.read_text() != block["code"]:
+                yield f"{where}: differs from {block['file']}"
+    for example in sorted((repository / "docs/examples").glob("*.cc")):
+        name = str(example.relative_to(repository))
+        if name not in shown:
+            yield f"{name}: no page shows it"
+
+
+def main() -> int:
+    found = list(problems(pathlib.Path(sys.argv[1])))
+    print("\n".join(found), file=sys.stderr)
+    return 1 if found else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,74 @@
+#include "tests/tools/Command.h"
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <stdexcept>
+
+namespace brio::test {
+namespace {
+
+using File = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
+
+File Scratch() {
+  File file(std::tmpfile(), &std::fclose);
+  if (!file) { throw std::runtime_error("cannot make a scratch file"); }
+  return file;
+}
+
+std::string Contents(std::FILE* file) {
+  std::string text;
+  std::array<char, 4096> buffer{};
+  std::rewind(file);
+  for (std::size_t size = 0; (size = std::fread(buffer.data(), 1, buffer.size(), file)) > 0;) {
+    text.append(buffer.data(), size);
+  }
+  return text;
+}
+
+int RunProcess(const std::vector<std::string>& arguments, std::FILE* output, std::FILE* error) {
+  std::vector<char*> argv;
+  std::string program = BRIO_RUNHISTORY;
+  argv.push_back(program.data());
+  std::vector<std::string> copies = arguments;
+  for (auto& argument : copies) {
+    argv.push_back(argument.data());
+  }
+  argv.push_back(nullptr);
+
+  const pid_t child = fork();
+  if (child < 0) { throw std::runtime_error("cannot fork"); }
+  if (child == 0) {
+    dup2(fileno(output), STDOUT_FILENO);
+    dup2(fileno(error), STDERR_FILENO);
+    execv(argv[0], argv.data());
+    _exit(127);
+  }
+  int status = 0;
+  if (waitpid(child, &status, 0) != child) { throw std::runtime_error("cannot wait for the command"); }
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+}
+
+}  // namespace
+
+CommandResult RunHistoryCommand(const std::vector<std::string>& arguments) {
+  const File output = Scratch();
+  const File error = Scratch();
+  const int status = RunProcess(arguments, output.get(), error.get());
+  return {status, Contents(output.get()), Contents(error.get())};
+}
+
+CommandResult RunHistoryCommandInto(const std::string& file, const std::vector<std::string>& arguments) {
+  const File output(std::fopen(file.c_str(), "r+"), &std::fclose);
+  if (!output) { throw std::runtime_error("cannot open " + file); }
+  const File error = Scratch();
+  const int status = RunProcess(arguments, output.get(), error.get());
+  return {status, {}, Contents(error.get())};
+}
+
+}  // namespace brio::test

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace brio::test {
+
+struct CommandResult {
+  /// The exit status; minus the signal's number when a signal ended the process.
+  int status = 0;
+  std::string output;
+  std::string error;
+};
+
+/// Runs the runhistory command with this process's environment and waits for its end.
+CommandResult RunHistoryCommand(const std::vector<std::string>& arguments);
+
+/// The same with standard output going to a file that exists, a device say; `output` stays empty.
+CommandResult RunHistoryCommandInto(const std::string& file, const std::vector<std::string>& arguments);
+
+}  // namespace brio::test

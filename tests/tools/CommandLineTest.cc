@@ -1,0 +1,108 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/tools/Command.h"
+
+namespace brio::test {
+namespace {
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+TEST(CommandLine, HelpNamesTheVerbsAndTheExitStatuses) {
+  const auto result = RunHistoryCommand({"--help"});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_THAT(result.output, HasSubstr("dump"));
+  EXPECT_THAT(result.output, HasSubstr("Exit status: 0 answered"));
+  EXPECT_THAT(result.error, IsEmpty());
+}
+
+TEST(CommandLine, VersionIsTheProjects) {
+  const auto result = RunHistoryCommand({"--version"});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.output, "runhistory " BRIO_VERSION "\n");
+}
+
+TEST(CommandLine, AVerbsHelpShowsTheSharedOptions) {
+  const auto result = RunHistoryCommand({"dump", "--help"});
+  EXPECT_EQ(result.status, 0);
+  for (const auto* option : {"-d,--detector", "-r,--run", "--json", "-v,--verbose", "--no-color",
+                             "--use-mask", "--custom-mask", "--analysis-mask", "--retries", "--database"}) {
+    EXPECT_THAT(result.output, HasSubstr(option));
+  }
+}
+
+class WrongUsage : public testing::TestWithParam<std::vector<std::string>> {};
+
+TEST_P(WrongUsage, IsToldOnStandardErrorWithStatusTwo) {
+  const auto result = RunHistoryCommand(GetParam());
+  EXPECT_EQ(result.status, 2);
+  EXPECT_THAT(result.output, IsEmpty());
+  EXPECT_THAT(result.error, testing::Not(IsEmpty()));
+}
+
+using Arguments = std::vector<std::string>;
+INSTANTIATE_TEST_SUITE_P(
+    CommandLine, WrongUsage,
+    testing::Values(Arguments{}, Arguments{"fetch"}, Arguments{"--nonsense"}, Arguments{"dump"},
+                    Arguments{"dump", "--detector", "Birch"}, Arguments{"dump", "--run", "13000"},
+                    Arguments{"dump", "--detector", "Birch", "--run", "thirteen"},
+                    Arguments{"dump", "--detector", "Birch", "--run", "99999999999"},
+                    Arguments{"dump", "--detector", "Birch", "--run", "13000.5"},
+                    Arguments{"dump", "--detector", "Birch", "--run", "13000", "left over"},
+                    Arguments{"dump", "--detector", "birch", "--run", "13000"},
+                    Arguments{"dump", "--detector", "Unknown", "--run", "13000"},
+                    Arguments{"dump", "--detector", "", "--run", "13000"},
+                    Arguments{"dump", "--detector", "Birch", "--run", "13000", "--retries", "-1"},
+                    Arguments{"dump", "--detector", "Birch", "--run", "13000", "--custom-mask", "##--"}));
+
+TEST(CommandLine, AnUnknownDetectorIsAnsweredWithTheKnownOnes) {
+  const auto result = RunHistoryCommand({"dump", "--detector", "Oak", "--run", "13000"});
+  EXPECT_EQ(result.status, 2);
+  EXPECT_THAT(
+      result.error,
+      HasSubstr(
+          "there is no detector \"Oak\"; the detectors are Alder, Birch, Cedar, Damson, Elder, Fenwick"));
+}
+
+TEST(DumpOfASimulatedRun, NeedsNoDatabase) {
+  const auto result =
+      RunHistoryCommand({"dump", "-d", "Alder", "-r", "5", "--database", "host=/nonexistent"});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_THAT(result.output, StartsWith("****************************************\nDump of run 5\n"));
+  EXPECT_THAT(result.output, HasSubstr("\nNum DCMs           : 14\n"));
+  EXPECT_THAT(result.error, IsEmpty());
+}
+
+TEST(DumpOfASimulatedRun, LeavesOutWhatACustomMaskLeavesOut) {
+  const Arguments dump{"dump", "--detector", "Birch", "--run", "5", "--database", "host=/nonexistent"};
+  EXPECT_THAT(RunHistoryCommand(dump).output, HasSubstr("\nNum DCMs           : 168\n"));
+  auto masked = dump;
+  masked.insert(masked.end(), {"--custom-mask", "0x2001"});
+  EXPECT_THAT(RunHistoryCommand(masked).output, HasSubstr("\nNum DCMs           : 24\n"));
+}
+
+TEST(DumpOfASimulatedRun, TakesOptionsItHasNoUseFor) {
+  const auto result = RunHistoryCommand(
+      {"dump", "--detector", "Birch", "--run", "5", "--json", "--no-color", "--retries", "2"});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_THAT(result.output, HasSubstr("Dump of run 5\n"));
+}
+
+TEST(DumpOfASimulatedRun, ThatCannotBeWrittenIsNoAnswer) {
+  const auto result = RunHistoryCommandInto("/dev/full", {"dump", "--detector", "Birch", "--run", "5"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(result.error, HasSubstr("cannot write to standard output"));
+}
+
+TEST(Dump, OfADeadServerSaysWhyWithStatusOne) {
+  const auto result =
+      RunHistoryCommand({"dump", "--detector", "Birch", "--run", "13000", "--database", "host=/nonexistent"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(result.error, HasSubstr("/nonexistent"));
+  EXPECT_THAT(result.error, HasSubstr("LoadDAQRunHistory: failed to load the runs table."));
+}
+
+}  // namespace
+}  // namespace brio::test

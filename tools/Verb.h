@@ -1,0 +1,34 @@
+#pragma once
+
+#include <functional>
+
+#include <CLI/CLI.hpp>
+
+#include "tools/Options.h"
+
+namespace brio::tools {
+
+/// What the command tells the shell.
+enum ExitStatus {
+  kAnswered = 0,
+  /// The run or its data could not be had; standard error says why.
+  kUnavailable = 1,
+  kWrongUsage = 2
+};
+
+/// What runs once the command line has been read.
+using Action = std::function<ExitStatus()>;
+
+/// One verb of the command.
+struct Verb {
+  const char* name;
+  const char* summary;
+  /// Adds what the verb needs to its part of the command line, which has the shared options already, and
+  /// gives its action. The options are filled in when the action runs, and outlive it.
+  Action (*prepare)(CLI::App& command, const Options& options);
+};
+
+/// `runhistory dump`: the readable dump of a run, as RunHistory::Dump prints it.
+Action PrepareDump(CLI::App& command, const Options& options);
+
+}  // namespace brio::tools

@@ -1,0 +1,65 @@
+#include <exception>
+#include <iostream>
+#include <string>
+
+#include <CLI/CLI.hpp>
+
+#include "tools/Verb.h"
+
+namespace {
+
+using namespace brio::tools;
+
+constexpr Verb kVerbs[] = {
+    {"dump", "Print the dump of a run", PrepareDump},
+};
+
+constexpr const char* kDescription =
+    "Answers questions about data-taking runs from the experiment's databases.\n"
+    "BRIO_DATABASE (or --database) says where those are.";
+constexpr const char* kFooter =
+    "Exit status: 0 answered; 1 the run or its data could not be had; 2 wrong usage.\n"
+    "`runhistory VERB --help` shows a verb's options.";
+
+int Run(int argc, char** argv) {
+  CLI::App command(kDescription, "runhistory");
+  command.footer(kFooter);
+  command.set_version_flag("--version", "runhistory " BRIO_VERSION);
+  command.require_subcommand(1);
+
+  Options options;
+  Action action;
+  for (const auto& verb : kVerbs) {
+    auto* subcommand = command.add_subcommand(verb.name, verb.summary);
+    AddSharedOptions(*subcommand, options);
+    subcommand->final_callback(
+        [&action, prepared = verb.prepare(*subcommand, options)] { action = prepared; });
+  }
+
+  try {
+    command.parse(argc, argv);
+  } catch (const CLI::ParseError& error) { return command.exit(error) == 0 ? kAnswered : kWrongUsage; }
+
+  ApplyToProcess(options);
+  const ExitStatus status = action();
+  // An answer that could not be written, to a full disk say, is none.
+  if (!std::cout.flush()) {
+    std::cerr << "runhistory: cannot write to standard output\n";
+    return kUnavailable;
+  }
+  return status;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return Run(argc, argv);
+  } catch (const std::exception& error) {
+    std::cout.flush();
+    std::string reason = error.what();
+    reason.erase(reason.find_last_not_of(" \n") + 1);
+    std::cerr << "runhistory: " << reason << '\n';
+  }
+  return kUnavailable;
+}
