@@ -1,0 +1,102 @@
+#include <cmath>
+#include <sstream>
+
+#include "RunHistory/ChannelLookup.h"
+#include "RunHistory/DAQEnvironment.h"
+#include "RunHistory/OutsideRows.h"
+#include "RunHistory/RunHistory.h"
+#include "database/LoadScope.h"
+#include "experiment/dcs/APDSettings.h"
+#include "framework/MessageLogger.h"
+
+namespace brio::dbi {
+
+using briodaq::cnv::DetInfo;
+
+namespace {
+
+constexpr int kPixelsPerFEB = 32;
+constexpr float kNominalGain = 100.0F;
+constexpr double kLargestDeviation = 10.0;
+// What a board shows until a temperature was recorded.
+constexpr double kNoTemperature = -100.0;
+
+std::string Described(const HardwareLocation& location) {
+  std::ostringstream text;
+  text << "dcm-2-" << location.diblock << "-" << location.dcm << "-" << location.port;
+  return text.str();
+}
+
+/// Copies an APD's gains to its board; a mean too far from the nominal gain is reported and replaced.
+void StoreGains(RunHistory::FEB& feb, const APDInfo& apd, const HardwareLocation& location) {
+  float sum = 0.0F;
+  for (std::size_t pixel = 0; pixel < apd.pixelGains.size(); ++pixel) {
+    feb.pixelGains.at(pixel) = apd.pixelGains[pixel];
+    sum += apd.pixelGains[pixel];
+  }
+  const float average = sum / kPixelsPerFEB;
+  feb.avgGain = average;
+  if (std::fabs(100.0 - static_cast<double>(average)) <= kLargestDeviation) { return; }
+  LogError("RunHistory") << "average gain for APD " << apd.serial << " connected to " << Described(location)
+                         << " is " << average << " : 100 expected so default to that";
+  feb.avgGain = kNominalGain;
+  for (std::size_t pixel = 0; pixel < apd.pixelGains.size(); ++pixel) {
+    feb.pixelGains[pixel] = kNominalGain;
+  }
+}
+
+}  // namespace
+
+bool RunHistory::LoadAPDSettings() {
+  if (apdSettingsLoaded) { return true; }
+  const LoadScope scope;
+  if (!LoadDAQRunHistory() || !LoadHardwareInfo()) { return false; }
+  if (apdSettingsLoaded) { return true; }  // a simulated run was built without settings
+  const auto names = ActiveDCMNames();
+  SetDAQEnvironment(detectorName);
+  const dbutils::dcs::APDSettings settings(configId, names);
+  // One variable for all ports: a temperature that was not recorded reads as that of the port before.
+  double temperature = kNoTemperature;
+  for (auto& diblock : diBlocks) {
+    for (auto& dcm : diblock.dcms) {
+      if (!dcm.isActive) { continue; }
+      for (int port = 0; port < static_cast<int>(dcm.febs.size()); ++port) {
+        FEB& feb = dcm.febs[static_cast<std::size_t>(port)];
+        settings.getTemperatureEnable(dcm.appName, port, feb.temperatureEnabled);
+        settings.getTemperature(dcm.appName, port, temperature);
+        feb.temperature = static_cast<float>(temperature);
+        settings.getVoltage(dcm.appName, port, feb.voltage);
+      }
+    }
+  }
+  if (DetInfo::GetId(detectorName) == briodaq::cnv::Birch) {
+    MapHardwareToLocation();
+    nInstrumentedFEBs = static_cast<std::int32_t>(gLocToFA.size());
+    StoreMappedGains();
+  }
+  apdSettingsLoaded = true;
+  return true;
+}
+
+/// Brings the gains of gLocToFA to the boards at its locations.
+void RunHistory::StoreMappedGains() {
+  OutsideRows outside("LoadAPDSettings");
+  for (const auto& [location, hardware] : gLocToFA) {
+    if (location.diblock > diBlocks.size()) { continue; }
+    for (auto& diblock : diBlocks) {
+      if (static_cast<std::uint32_t>(static_cast<std::int16_t>(diblock.number)) != location.diblock) {
+        continue;
+      }
+      DCM* dcm = FindDCM(diblock, location.dcm);
+      if (dcm != nullptr && !dcm->isActive) { continue; }
+      FEB* feb = dcm == nullptr ? nullptr : FindFEB(*dcm, location.port);
+      if (feb == nullptr) {
+        outside.Add(Described(location));
+        continue;
+      }
+      if (feb->isInstalled) { StoreGains(*feb, hardware.second, location); }
+    }
+  }
+}
+
+}  // namespace brio::dbi

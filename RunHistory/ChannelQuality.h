@@ -1,0 +1,89 @@
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <vector>
+
+namespace brio::dbi {
+
+/// A channel's occupancy and coincidence rate from a time on. Units are the client's.
+struct ChanInfo_t {
+  float occupancy = -6.0F;
+  float coincidence = 0.0F;
+  long time = 0;
+  ~ChanInfo_t() {}  // NOLINT(modernize-use-equals-default): part of the record's form
+  ChanInfo_t() = default;
+  ChanInfo_t(float occupancyValue, float coincidenceValue, long from)
+      : occupancy(occupancyValue), coincidence(coincidenceValue), time(from) {}
+  ChanInfo_t(const ChanInfo_t&) = default;
+  ChanInfo_t& operator=(const ChanInfo_t&) = default;
+};
+
+/// Whether a channel was bad, from a time on.
+struct BadChan_t {
+  bool isBad = false;
+  long time = 0;
+  ~BadChan_t() {}  // NOLINT(modernize-use-equals-default): part of the record's form
+  BadChan_t() = default;
+  BadChan_t(bool bad, long from) : isBad(bad), time(from) {}
+  BadChan_t(const BadChan_t&) = default;
+  BadChan_t& operator=(const BadChan_t&) = default;
+};
+
+/// The records of one channel in the order in which they were added, usually that of time. Nothing is sorted,
+/// merged or removed.
+template <class Record>
+class ChannelHistory {
+public:
+  void Add(const Record& record) {
+    if (!risers_.empty()) {
+      if (record.time > records_[risers_.back()].time) { risers_.push_back(records_.size()); }
+    } else if (!records_.empty() && record.time < records_.back().time) {
+      FindRisers();
+    }
+    records_.push_back(record);
+  }
+
+  /// The record before the first one whose time is at or after `time`, counted from the front, whatever
+  /// stands behind that one; null when that one is the first, or there are no records. Takes logarithmic time
+  /// in any order of records, constant time when asked again near the last answer.
+  const Record* Before(long time) {
+    const std::size_t stop = FirstNotBefore(time);
+    lastStop_ = stop;
+    return stop == 0 ? nullptr : &records_[stop - 1];
+  }
+
+  const std::vector<Record>& Records() const { return records_; }
+
+private:
+  bool IsBefore(std::size_t index, long time) const { return records_[index].time < time; }
+
+  std::size_t FirstNotBefore(long time) const {
+    if (!risers_.empty()) {
+      // The first record at or after a time is later than all before it, so it is among the risers.
+      const auto riser = std::partition_point(risers_.begin(), risers_.end(),
+                                              [&](std::size_t index) { return IsBefore(index, time); });
+      return riser == risers_.end() ? records_.size() : *riser;
+    }
+    const bool sameAsLast = (lastStop_ == 0 || IsBefore(lastStop_ - 1, time)) &&
+                            (lastStop_ == records_.size() || !IsBefore(lastStop_, time));
+    if (sameAsLast) { return lastStop_; }
+    const auto record = std::partition_point(records_.begin(), records_.end(),
+                                             [&](const Record& candidate) { return candidate.time < time; });
+    return static_cast<std::size_t>(record - records_.begin());
+  }
+
+  void FindRisers() {
+    for (std::size_t i = 0; i < records_.size(); ++i) {
+      if (risers_.empty() || records_[i].time > records_[risers_.back()].time) { risers_.push_back(i); }
+    }
+  }
+
+  std::vector<Record> records_;
+  /// Empty while the records are in time order; then the indexes of those that are later than all before
+  /// them.
+  std::vector<std::size_t> risers_;
+  std::size_t lastStop_ = 0;
+};
+
+}  // namespace brio::dbi

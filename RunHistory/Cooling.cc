@@ -1,0 +1,26 @@
+#include <iostream>
+
+#include "RunHistory/ChannelLookup.h"
+#include "RunHistory/RunHistory.h"
+
+namespace brio::dbi {
+
+bool RunHistory::LoadCoolingInfo() { return coolingLoaded; }
+
+bool RunHistory::LoadDCSAlarms(int /*unused*/) { return false; }
+
+bool RunHistory::IsCooled(const unsigned int& channel) {
+  std::cerr << "WARNING: RunHistory::IsCooled() is not yet implemented!" << std::endl;
+  if (!LoadPixelInfo(0)) { return false; }
+  const ChannelParts parts = PartsOf(detectorId, channel);
+  DiBlock* diblock = FindDiBlock(diBlocks, parts.diblock);
+  if (diblock == nullptr || diblock->isActive) { return false; }
+  DCM* dcm = FindDCM(*diblock, parts.dcm);
+  if (dcm == nullptr || !dcm->isActive || dcm->number == kNoDCM) { return false; }
+  const FEB* feb = FindFEB(*dcm, parts.port);
+  return feb != nullptr && feb->isEnabled && feb->isInstalled && feb->cooled;
+}
+
+bool RunHistory::IsCooled(const geo::OfflineChan& channel) { return IsCooled(DAQChannelOf(channel)); }
+
+}  // namespace brio::dbi

@@ -1,0 +1,102 @@
+#include <algorithm>
+#include <stdexcept>
+
+#include "RunHistory/RunHistory.h"
+#include "database/LoadScope.h"
+
+namespace brio::dbi {
+
+using briodaq::cnv::DetInfo;
+
+namespace {
+
+constexpr int kPixelsPerFEB = 32;
+constexpr int kFarDiBlocks = 14;
+constexpr int kNearDiBlocks = 4;
+// More boards than these make a diblock fully instrumented.
+constexpr int kFarBoards = 699;
+constexpr int kNearBoards = 174;
+constexpr int kMuonCatcherBoards = 44;
+
+}  // namespace
+
+unsigned int RunHistory::NDCMs() {
+  if (!hardwareLoaded) { LoadHardwareInfo(); }
+  return nDCMs;
+}
+
+unsigned int RunHistory::NLiveDCMs() {
+  if (!hardwareLoaded) { LoadHardwareInfo(); }
+  unsigned int live = 0;
+  for (const auto& diblock : diBlocks) {
+    for (const auto& dcm : diblock.dcms) {
+      if (dcm.isActive) { ++live; }
+    }
+  }
+  return live;
+}
+
+int RunHistory::NAnalysisChannels() {
+  if (analysisChannelsCounted) { return nAnalysisChannels; }
+  const LoadScope scope;
+  nAnalysisChannels = 0;
+  LoadDAQRunHistory();
+  LoadHardwareInfo();
+  for (const auto& diblock : diBlocks) {
+    if (IsGoodDiBlock(diblock.number)) { nAnalysisChannels += kPixelsPerFEB * diblock.nInstrumentedFEBs; }
+  }
+  analysisChannelsCounted = true;
+  return nAnalysisChannels;
+}
+
+RunHistory::DiBlock RunHistory::GetDiBlock(int index, bool loadAll) {
+  const LoadScope scope;
+  LoadHardwareInfo();
+  if (index < 0 || index >= static_cast<int>(diBlocks.size())) {
+    throw std::runtime_error("RunHistory::GetDiBlock: invalid diblock!");
+  }
+  if (loadAll) { LoadAllDetInfo(); }
+  return diBlocks[static_cast<std::size_t>(index)];
+}
+
+bool RunHistory::IsDiBlockFullyInstrumented(int diblock) {
+  LoadHardwareInfo();
+  const auto found = std::find_if(diBlocks.begin(), diBlocks.end(),
+                                  [&](const DiBlock& candidate) { return candidate.number == diblock; });
+  if (found == diBlocks.end()) { return false; }
+  const int boards = found->nInstrumentedFEBs;
+  switch (DetInfo::GetId(detectorName)) {
+    case briodaq::cnv::Birch: return boards > kFarBoards;
+    case briodaq::cnv::Alder:
+      return (diblock <= 3 && boards > kNearBoards) || (diblock == 4 && boards > kMuonCatcherBoards);
+    default: return false;
+  }
+}
+
+unsigned int RunHistory::GetConfiguration() {
+  LoadHardwareInfo();
+  const int detector = DetInfo::GetId(detectorName);
+  if (detector != briodaq::cnv::Alder && detector != briodaq::cnv::Birch) { return 0; }
+  const bool isNear = detector == briodaq::cnv::Alder;
+  const int nMarks = isNear ? kNearDiBlocks : kFarDiBlocks;
+  unsigned int configuration = 0;
+  for (std::size_t position = 0; position < diBlocks.size(); ++position) {
+    const int boards = diBlocks[position].nInstrumentedFEBs;
+    const int number = diBlocks[position].number;
+    // On the near detector the threshold goes by position, whatever the diblock's number.
+    const bool full = !isNear        ? boards > kFarBoards
+                      : position < 3 ? boards > kNearBoards
+                                     : position == 3 && boards > kMuonCatcherBoards;
+    if (full && number >= 1 && number <= nMarks) {
+      configuration |= 1U << static_cast<unsigned int>(number - 1);
+    }
+  }
+  return configuration;
+}
+
+bool RunHistory::LoadAllDetInfo() {
+  const LoadScope scope;
+  return LoadDAQRunHistory() && LoadHardwareInfo() && LoadPixelInfo(0) && LoadAPDSettings();
+}
+
+}  // namespace brio::dbi

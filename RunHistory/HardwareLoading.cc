@@ -1,0 +1,176 @@
+#include <array>
+#include <iostream>
+#include <sstream>
+
+#include "RunHistory/ChannelLookup.h"
+#include "RunHistory/NumberText.h"
+#include "RunHistory/OutsideRows.h"
+#include "RunHistory/RunHistory.h"
+#include "RunHistory/RunTable.h"
+#include "database/LoadScope.h"
+#include "database/Result.h"
+
+namespace brio::dbi {
+
+using briodaq::cnv::DetInfo;
+
+namespace {
+
+/// A module that a hardware row puts on a DCM port.
+struct InstalledModule {
+  int diblock;
+  int dcm;
+  int port;
+  int block;
+  int plane;
+  int position;
+};
+
+/// Far-detector ports that are cabled but never read out.
+constexpr std::array<std::array<int, 3>, 3> kNeverMarked{{{4, 7, 15}, {5, 7, 59}, {14, 6, 42}}};
+
+bool IsNeverMarked(const InstalledModule& module) {
+  for (const auto& [diblock, dcm, port] : kNeverMarked) {
+    if (module.diblock == diblock && module.dcm == dcm && module.port == port) { return true; }
+  }
+  return false;
+}
+
+std::string Described(const InstalledModule& module) {
+  std::ostringstream text;
+  text << "diblock " << module.diblock << ", DCM " << module.dcm << ", port " << module.port;
+  return text.str();
+}
+
+std::string NearStatement(const std::string& time) {
+  return "SELECT dcm_name,dcm_port,block,plane,module_position from hardware_position where detector='Alder' "
+         "and install_date at time zone 'UTC' < '" +
+         time + "' and (remove_date is NULL or remove_date at time zone 'UTC' > '" + time +
+         "') and hw_type='APD' order by dcm_name,dcm_port";
+}
+
+std::string FarStatement(const std::string& time) {
+  return "SELECT btrim(fcom.location1,'DIBLK:') diblk, btrim(fcom.position1,'DCM:') pos, "
+         "CAST(btrim(fcom.port1,'PRT:') AS INT) feb, mod.block AS block, mod.layer AS plane, "
+         "mod.position_in_layer AS position "
+         "FROM public.feb_comm_cables fcom, millpondprod_factory.module mod "
+         "LEFT OUTER JOIN millpondprod_factory.barcoded_item bm ON (mod.barcoded_item_id = "
+         "bm.barcoded_item_id) "
+         "LEFT OUTER JOIN millpondprod_factory.module_apd_connection "
+         "ON (mod.barcoded_item_id = module_apd_connection.module) "
+         "LEFT OUTER JOIN millpondprod_factory.apd ON (module_apd_connection.apd = apd.barcoded_item_id) "
+         "LEFT OUTER JOIN millpondprod_factory.barcoded_item ba ON (apd.barcoded_item_id = "
+         "ba.barcoded_item_id) "
+         "LEFT OUTER JOIN millpondprod_factory.brio_connection mac "
+         "ON (mac.connection_id = module_apd_connection.connection_id) "
+         "WHERE mac.date_created AT TIME ZONE 'CDT' < '" +
+         time + "' and (mac.date_removed is NULL or mac.date_removed AT TIME ZONE 'CDT' > '" + time +
+         "') and (mod.block=CAST(btrim(fcom.location2,'BLK:') AS INT) "
+         "and mod.layer=CAST(btrim(fcom.position2,'PLN:') AS INT) "
+         "and mod.position_in_layer=CAST(btrim(fcom.port2,'POS:') AS INT)) ORDER BY diblk,pos,feb";
+}
+
+/// Puts a row's module on its port, once. Meeting hardware in a diblock clears the diblock's isActive.
+/// \return true when the port was marked now
+bool Mark(std::vector<RunHistory::DiBlock>& diblocks, const InstalledModule& module, bool mayMark,
+          OutsideRows& outside) {
+  for (auto& diblock : diblocks) {
+    if (diblock.number != module.diblock) { continue; }
+    RunHistory::DCM* dcm = module.dcm < 1 ? nullptr : FindDCM(diblock, static_cast<unsigned int>(module.dcm));
+    if (dcm != nullptr && !dcm->isActive) { return false; }
+    RunHistory::FEB* feb =
+        dcm == nullptr || module.port < 0 ? nullptr : FindFEB(*dcm, static_cast<unsigned int>(module.port));
+    if (feb == nullptr) {
+      outside.Add(Described(module));
+      return false;
+    }
+    diblock.isActive = false;
+    if (feb->isInstalled || !mayMark) { continue; }
+    feb->isInstalled = true;
+    feb->block = static_cast<std::uint16_t>(module.block);
+    feb->plane = static_cast<std::uint16_t>(module.plane);
+    feb->modulePosition = static_cast<std::uint16_t>(module.position);
+    ++dcm->nInstrumentedFEBs;
+    ++diblock.nInstrumentedFEBs;
+    return true;
+  }
+  return false;
+}
+
+bool ReportUnlessRows(const PGresult* result, const std::string& statement, Table& table) {
+  if (PQresultStatus(result) == PGRES_TUPLES_OK) { return false; }
+  std::cerr << "Query failed: " << statement << std::endl;
+  table.CloseConnection();
+  return true;
+}
+
+}  // namespace
+
+bool RunHistory::LoadHardwareInfo() {
+  if (hardwareLoaded) { return true; }
+  const LoadScope scope;
+  if (!LoadDAQRunHistory()) { return false; }
+  if (hardwareLoaded) { return true; }  // a simulated run was built with its hardware
+  std::cout << "RunHistory: Loading FEB and APD installation information" << std::endl;
+  const int detector = DetInfo::GetId(detectorName);
+  if (!DetInfo::DetNameOk(detectorName)) { return false; }
+  const auto table = OpenHardwareDatabase(detectorName, timeQueries);
+  if (!table->GetConnection(maxLoadRetries)) {
+    std::cerr
+        << "RunHistory::LoadHardwareInfo(): Failed to connect to hardware database!  Failed to load hardware "
+           "info."
+        << std::endl;
+    return false;
+  }
+  if (detector == briodaq::cnv::Alder && !LoadNearHardware(*table)) { return false; }
+  if (detector == briodaq::cnv::Birch && !LoadFarHardware(*table)) { return false; }
+  table->CloseConnection();
+  hardwareLoaded = true;
+  return true;
+}
+
+bool RunHistory::LoadNearHardware(Table& table) {
+  const std::string statement = NearStatement(tStartText);
+  PGresult* handedOver = nullptr;
+  const bool sent = table.ExecuteSQL(statement, handedOver);
+  const ResultHandle rows(handedOver);
+  if (!sent) { return true; }
+  if (ReportUnlessRows(rows.get(), statement, table)) { return false; }
+  OutsideRows outside("LoadHardwareInfo");
+  for (int row = 0; row < PQntuples(rows.get()); ++row) {
+    const auto text = [&](int column) { return PQgetvalue(rows.get(), row, column); };
+    const std::string dcmName = text(0);
+    const InstalledModule module{IntegerIn(dcmName.substr(6, 2)),
+                                 IntegerIn(dcmName.substr(9, 2)),
+                                 IntegerIn(text(1)),
+                                 IntegerIn(text(2)),
+                                 IntegerIn(text(3)),
+                                 IntegerIn(text(4))};
+    if (Mark(diBlocks, module, true, outside)) { ++nInstrumentedFEBs; }
+  }
+  return true;
+}
+
+bool RunHistory::LoadFarHardware(Table& table) {
+  const std::string statement = FarStatement(tStartText);
+  PGresult* handedOver = nullptr;
+  const bool sent = table.ExecuteSQL(statement, handedOver);
+  const ResultHandle rows(handedOver);
+  if (!sent) {
+    std::cerr << "SQL error, failed query: " << statement << std::endl;
+    table.CloseConnection();
+    return false;
+  }
+  if (ReportUnlessRows(rows.get(), statement, table)) { return false; }
+  OutsideRows outside("LoadHardwareInfo");
+  for (int row = 0; row < PQntuples(rows.get()); ++row) {
+    const auto number = [&](int column) { return IntegerIn(PQgetvalue(rows.get(), row, column)); };
+    const int diblock = number(0);
+    if (useGoodDiBlockMask && !IsGoodDiBlock(diblock)) { continue; }
+    const InstalledModule module{diblock, number(1), number(2), number(3), number(4), number(5)};
+    if (Mark(diBlocks, module, !IsNeverMarked(module), outside)) { ++nInstrumentedFEBs; }
+  }
+  return true;
+}
+
+}  // namespace brio::dbi

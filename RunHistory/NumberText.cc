@@ -1,0 +1,50 @@
+#include "RunHistory/NumberText.h"
+
+#include <locale.h>  // NOLINT(modernize-deprecated-headers): newlocale and strtod_l are POSIX, not C++
+#include <charconv>
+#include <clocale>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+
+namespace brio::dbi {
+namespace {
+
+bool IsBlank(char character) { return character == ' ' || (character >= '\t' && character <= '\r'); }
+bool IsDigit(char character) { return character >= '0' && character <= '9'; }
+
+double NumberInCLocale(const char* text) {
+  static const locale_t kCLocale = newlocale(LC_ALL_MASK, "C", nullptr);
+  return strtod_l(text, nullptr, kCLocale);
+}
+
+}  // namespace
+
+int IntegerIn(const char* text) {
+  while (IsBlank(*text)) {
+    ++text;
+  }
+  const bool negative = *text == '-';
+  if (negative || *text == '+') { ++text; }
+  // The smallest int has no positive counterpart, so the magnitude is kept wider.
+  constexpr std::int64_t kLargest = std::numeric_limits<int>::max();
+  std::int64_t magnitude = 0;
+  for (; IsDigit(*text); ++text) {
+    magnitude = 10 * magnitude + (*text - '0');
+    if (magnitude > kLargest + 1) { magnitude = kLargest + 1; }
+  }
+  if (negative) { return static_cast<int>(-magnitude); }
+  return static_cast<int>(magnitude > kLargest ? kLargest : magnitude);
+}
+
+double NumberIn(const char* text) {
+  // from_chars reads the plain forms several times faster and to the same value; whatever it does not read to
+  // the end goes the way of the C library.
+  const char* end = text + std::strlen(text);
+  double value = 0.0;
+  const auto [stop, error] = std::from_chars(text, end, value);
+  return error == std::errc() && stop == end ? value : NumberInCLocale(text);
+}
+
+}  // namespace brio::dbi

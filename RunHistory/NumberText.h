@@ -1,0 +1,15 @@
+#pragma once
+
+#include <string>
+
+namespace brio::dbi {
+
+/// The number that a text begins with, as atoi reads it: blanks, a sign, digits; 0 without digits. What does
+/// not fit is the nearest number that does.
+int IntegerIn(const char* text);
+inline int IntegerIn(const std::string& text) { return IntegerIn(text.c_str()); }
+
+/// The number that a text begins with, as atof reads it in the C locale; 0 when there is none.
+double NumberIn(const char* text);
+
+}  // namespace brio::dbi

@@ -1,0 +1,130 @@
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <iostream>
+#include <limits>
+
+#include "RunHistory/ChannelLookup.h"
+#include "RunHistory/DAQEnvironment.h"
+#include "RunHistory/Pause.h"
+#include "RunHistory/RunHistory.h"
+#include "database/LoadScope.h"
+#include "experiment/daqconfig/PixelEnableMasks.h"
+#include "experiment/daqconfig/PixelThresholds.h"
+
+namespace brio::dbi {
+namespace {
+
+constexpr int kNoThreshold = 4095;
+constexpr int kPixelsPerFEB = 32;
+constexpr int kTryStep = 2;
+
+/// A whole number of seconds between 1 and 2^tryNumber + 1.
+unsigned int BackOffSeconds(int tryNumber) {
+  const double fraction = static_cast<double>(random()) / 2147483647.0;
+  const double seconds = std::trunc(std::pow(2.0, tryNumber) * fraction + 1.0);
+  constexpr double kLongest = std::numeric_limits<unsigned int>::max();
+  return static_cast<unsigned int>(std::min(seconds, kLongest));
+}
+
+void StoreConfiguration(RunHistory::FEB& feb, const std::string& dcmName, int port,
+                        const dbutils::daqconfig::PixelEnableMasks& masks,
+                        const dbutils::daqconfig::PixelThresholds& thresholds) {
+  feb.isEnabled = true;
+  int pixelMask = 0;
+  masks.getPixelEnableMask(dcmName, port, pixelMask);
+  feb.pixelEnableMask = pixelMask;
+  feb.nEnabledPixels = masks.getEnabledPixelCountForFEB(dcmName, port);
+  thresholds.getThresholdsForFEB(dcmName, port, feb.thresholds);
+}
+
+}  // namespace
+
+/// Names of the DCMs that took part in the run.
+std::vector<std::string> RunHistory::ActiveDCMNames() const {
+  std::vector<std::string> names;
+  for (const auto& diblock : diBlocks) {
+    for (const auto& dcm : diblock.dcms) {
+      if (dcm.isActive) { names.push_back(dcm.appName); }
+    }
+  }
+  return names;
+}
+
+bool RunHistory::LoadPixelInfo(int tryNumber) {
+  for (int n = tryNumber;; n += kTryStep) {
+    bool tryAgain = false;
+    if (LoadPixelInfoOnce(n, tryAgain)) { return true; }
+    if (!tryAgain || n > std::numeric_limits<int>::max() - kTryStep) { return false; }
+    // What is read afterwards is read afresh, and nobody's connection is held meanwhile.
+    LoadScope::LeaveConnections();
+    PauseSeconds(BackOffSeconds(n));
+  }
+}
+
+/// One try. \param tryAgain  set when the configuration was not valid and may be asked for again
+bool RunHistory::LoadPixelInfoOnce(int tryNumber, bool& tryAgain) {
+  if (maxLoadRetries < tryNumber) {
+    std::cerr << "RunHistory::LoadPixelInfo giving up!" << std::endl;
+    return false;
+  }
+  if (pixelInfoLoaded) { return true; }
+  const LoadScope scope;
+  if (!LoadDAQRunHistory() || !LoadHardwareInfo()) { return false; }
+  if (pixelInfoLoaded) { return true; }  // a simulated run was built without a configuration
+  nTotalChannels = 0;
+  nEnabledFEBs = 0;
+  SetDAQEnvironment(detectorName);
+  const auto names = ActiveDCMNames();
+  std::cout << "RunHistory: loading pixel enable masks" << std::endl;
+  const dbutils::daqconfig::PixelEnableMasks masks(configId, names);
+  std::cout << "RunHistory: loading pixel thresholds" << std::endl;
+  const dbutils::daqconfig::PixelThresholds thresholds(configId, names);
+  std::cout << "done!" << std::endl;
+  if (!masks.hasValidData() || !thresholds.hasValidData()) {
+    std::cerr << "RunHistory::LoadPixelInfo failed to get valid data" << std::endl;
+    tryAgain = maxLoadRetries > 0;
+    return false;
+  }
+  for (auto& diblock : diBlocks) {
+    for (auto& dcm : diblock.dcms) {
+      if (!dcm.isActive) { continue; }
+      long long febMask = 0;
+      masks.getFEBEnableMask(dcm.appName, febMask);
+      dcm.febEnableMask = static_cast<std::uint64_t>(febMask);
+      for (int port = 0; port < static_cast<int>(dcm.febs.size()); ++port) {
+        if (!masks.febIsEnabled(dcm.appName, port)) { continue; }
+        nTotalChannels += kPixelsPerFEB;
+        ++nEnabledFEBs;
+        StoreConfiguration(dcm.febs[static_cast<std::size_t>(port)], dcm.appName, port, masks, thresholds);
+      }
+    }
+  }
+  pixelInfoLoaded = true;
+  return true;
+}
+
+int RunHistory::GetThreshold(const unsigned int& channel, bool& ok) {
+  if (!pixelInfoLoaded) { LoadPixelInfo(0); }
+  ok = false;
+  const ChannelParts parts = PartsOf(detectorId, channel);
+  DiBlock* diblock = FindDiBlock(diBlocks, parts.diblock);
+  if (diblock == nullptr || diblock->isActive) { return kNoThreshold; }
+  DCM* dcm = FindDCM(*diblock, parts.dcm);
+  if (dcm == nullptr || dcm->number == kNoDCM) { return kNoThreshold; }
+  const FEB* feb = FindFEB(*dcm, parts.port);
+  if (feb == nullptr || !IsBitSet(dcm->febEnableMask, parts.port) || !feb->isEnabled) { return kNoThreshold; }
+  const auto pixelMask = static_cast<std::uint32_t>(feb->pixelEnableMask);
+  if (!IsBitSet(pixelMask, parts.pixel) || !feb->isInstalled || parts.pixel >= feb->thresholds.size()) {
+    return kNoThreshold;
+  }
+  ok = true;
+  return feb->thresholds[parts.pixel];
+}
+
+int RunHistory::GetThreshold(const geo::OfflineChan& channel, bool& ok) {
+  if (!pixelInfoLoaded) { LoadPixelInfo(0); }
+  return GetThreshold(DAQChannelOf(channel), ok);
+}
+
+}  // namespace brio::dbi

@@ -1,0 +1,28 @@
+#include <iostream>
+
+#include "RunHistory/RunHistory.h"
+#include "RunHistory/RunTable.h"
+#include "database/LoadScope.h"
+
+namespace brio::dbi {
+
+bool RunHistory::LoadPOT() {
+  if (potLoaded) { return true; }
+  totalPOT = 0.0F;
+  const LoadScope scope;
+  const auto table = OpenTable("RunHistory/tables/POTByRun.xml", timeQueries, timeParsing);
+  if (!briodaq::cnv::DetInfo::DetNameOk(detectorName)) { return false; }
+  table->SetDetector(detectorName);
+  const int potColumn = table->GetColIndex("npot");
+  table->SetValidityRange<int>("run", runNumber);
+  table->Load();
+  if (table->NRow() == 0) {
+    std::cerr << "RunHistory::LoadPOT(): No POT info found for run " << runNumber << std::endl;
+    return false;
+  }
+  table->GetRow(0)->Col(potColumn).Get(totalPOT);
+  potLoaded = true;
+  return true;
+}
+
+}  // namespace brio::dbi

@@ -1,0 +1,93 @@
+#include "experiment/dcs/APDSettings.h"
+
+#include "experiment/embedded/ConfigurationQuery.h"
+#include "experiment/embedded/DCMIndex.h"
+
+namespace dbutils::dcs {
+namespace {
+
+constexpr const char* kCategory = "SlowControl";
+constexpr const char* kStatement =
+    "SELECT dcm_name, port, temperature_enabled, temperature, voltage FROM slowcontrol.apd_settings "
+    "WHERE config_id = $1 AND dcm_name = ANY($2)";
+
+struct Setting {
+  std::optional<bool> temperatureEnabled;
+  std::optional<double> temperature;
+  std::optional<std::int32_t> voltage;
+};
+
+template <class Value, class Out>
+bool Give(const std::optional<Value>& value, Out& out) {
+  if (value) { out = *value; }
+  return value.has_value();
+}
+
+}  // namespace
+
+class APDSettings::Data {
+public:
+  Data(long long configId, const std::vector<std::string>& names)
+      : dcms(names), settings(dcms.Index().Size() * FoundDCMs::kPorts) {
+    valid = names.empty() || Read(configId, names);
+  }
+
+  const Setting* Find(const std::string& dcmName, int port) const {
+    const auto place = dcms.FindPort(dcmName, port);
+    return place ? &settings[*place] : nullptr;
+  }
+
+  FoundDCMs dcms;
+  std::vector<Setting> settings;
+  bool valid = false;
+
+private:
+  bool Read(long long configId, const std::vector<std::string>& names) {
+    const auto rows =
+        QueryConfiguration(brio::dbi::DatabaseKind::SlowControl, kCategory, kStatement, configId, names);
+    if (!rows) { return false; }
+    for (int row = 0; row < PQntuples(rows.get()); ++row) {
+      ReadAPD(rows.get(), row);
+    }
+    return dcms.AllFound(kCategory, configId, "APD settings");
+  }
+
+  void ReadAPD(const PGresult* rows, int row) {
+    const auto name = TextAt(rows, row, 0);
+    if (!name) { return; }
+    const auto position = dcms.Index().Find(*name);
+    const auto port = IntegerAt<std::int16_t>(rows, row, 1);
+    if (!position || !port || *port < 0 || *port >= FoundDCMs::kPorts) { return; }
+    Setting& setting = settings[*position * FoundDCMs::kPorts + static_cast<std::size_t>(*port)];
+    if (const auto enabled = IntegerAt<std::uint8_t>(rows, row, 2)) {
+      setting.temperatureEnabled = *enabled != 0;
+    }
+    setting.temperature = DoubleAt(rows, row, 3);
+    setting.voltage = IntegerAt<std::int32_t>(rows, row, 4);
+    dcms.MarkFound(*position);
+  }
+};
+
+APDSettings::APDSettings(const long long& configId, const std::vector<std::string>& dcmNames)
+    : data_(std::make_unique<Data>(configId, dcmNames)) {}
+
+APDSettings::~APDSettings() = default;
+
+bool APDSettings::hasValidData() const { return data_->valid; }
+
+bool APDSettings::getTemperatureEnable(const std::string& dcmName, const int& port, bool& enabled) const {
+  const Setting* setting = data_->Find(dcmName, port);
+  return setting != nullptr && Give(setting->temperatureEnabled, enabled);
+}
+
+bool APDSettings::getTemperature(const std::string& dcmName, const int& port, double& temperature) const {
+  const Setting* setting = data_->Find(dcmName, port);
+  return setting != nullptr && Give(setting->temperature, temperature);
+}
+
+bool APDSettings::getVoltage(const std::string& dcmName, const int& port, int& voltage) const {
+  const Setting* setting = data_->Find(dcmName, port);
+  return setting != nullptr && Give(setting->voltage, voltage);
+}
+
+}  // namespace dbutils::dcs

@@ -1,0 +1,98 @@
+#include "experiment/daqconfig/PixelEnableMasks.h"
+
+#include <bitset>
+
+#include "experiment/embedded/ConfigurationQuery.h"
+#include "experiment/embedded/DCMIndex.h"
+#include "framework/MessageLogger.h"
+
+namespace dbutils::daqconfig {
+namespace {
+
+constexpr const char* kCategory = "DAQConfiguration";
+constexpr int kBytesPerMask = 4;
+constexpr const char* kStatement =
+    "SELECT m.dcm_name, m.feb_enable_mask, m.pixel_enable_masks FROM daqconfig.configurations c "
+    "LEFT JOIN daqconfig.enable_masks m ON m.config_id = c.config_id AND m.dcm_name = ANY($2) "
+    "WHERE c.config_id = $1";
+
+}  // namespace
+
+class PixelEnableMasks::Data {
+public:
+  Data(long long configId, const std::vector<std::string>& names)
+      : dcms(names), febMasks(dcms.Index().Size()), pixelMasks(dcms.Index().Size() * FoundDCMs::kPorts) {
+    valid = names.empty() || Read(configId, names);
+  }
+
+  FoundDCMs dcms;
+  std::vector<std::uint64_t> febMasks;
+  std::vector<std::uint32_t> pixelMasks;
+  bool valid = false;
+
+private:
+  bool Read(long long configId, const std::vector<std::string>& names) {
+    const auto rows =
+        QueryConfiguration(brio::dbi::DatabaseKind::DAQConfiguration, kCategory, kStatement, configId, names);
+    if (!rows) { return false; }
+    if (PQntuples(rows.get()) == 0) {
+      brio::LogError(kCategory) << "there is no configuration " << configId << " in daqconfig.configurations";
+      return false;
+    }
+    for (int row = 0; row < PQntuples(rows.get()); ++row) {
+      ReadDCM(rows.get(), row);
+    }
+    return dcms.AllFound(kCategory, configId, "enable masks");
+  }
+
+  void ReadDCM(const PGresult* rows, int row) {
+    const auto name = TextAt(rows, row, 0);
+    if (!name) { return; }
+    const auto position = dcms.Index().Find(*name);
+    const auto febMask = IntegerAt<std::uint64_t>(rows, row, 1);
+    if (!position || !febMask || PQgetlength(rows, row, 2) != FoundDCMs::kPorts * kBytesPerMask) { return; }
+    febMasks[*position] = *febMask;
+    const char* masks = PQgetvalue(rows, row, 2);
+    for (std::size_t port = 0; port < FoundDCMs::kPorts; ++port) {
+      pixelMasks[*position * FoundDCMs::kPorts + port] =
+          FromBigEndian<std::uint32_t>(masks + kBytesPerMask * port);
+    }
+    dcms.MarkFound(*position);
+  }
+};
+
+PixelEnableMasks::PixelEnableMasks(
+    const long long& configId,
+    std::vector<std::string> dcmNames)  // NOLINT(performance-unnecessary-value-param)
+    : data_(std::make_unique<Data>(configId, dcmNames)) {}
+
+PixelEnableMasks::~PixelEnableMasks() = default;
+
+bool PixelEnableMasks::hasValidData() const { return data_->valid; }
+
+bool PixelEnableMasks::getFEBEnableMask(const std::string& dcmName, long long& mask) const {
+  const auto position = data_->dcms.Find(dcmName);
+  if (!position) { return false; }
+  mask = static_cast<long long>(data_->febMasks[*position]);
+  return true;
+}
+
+bool PixelEnableMasks::febIsEnabled(const std::string& dcmName, const int& port) const {
+  const auto place = data_->dcms.FindPort(dcmName, port);
+  if (!place) { return false; }
+  return ((data_->febMasks[*place / FoundDCMs::kPorts] >> static_cast<unsigned int>(port)) & 1U) != 0;
+}
+
+bool PixelEnableMasks::getPixelEnableMask(const std::string& dcmName, const int& port, int& mask) const {
+  const auto place = data_->dcms.FindPort(dcmName, port);
+  if (!place) { return false; }
+  mask = static_cast<int>(data_->pixelMasks[*place]);
+  return true;
+}
+
+int PixelEnableMasks::getEnabledPixelCountForFEB(const std::string& dcmName, const int& port) const {
+  const auto place = data_->dcms.FindPort(dcmName, port);
+  return place ? static_cast<int>(std::bitset<32>(data_->pixelMasks[*place]).count()) : 0;
+}
+
+}  // namespace dbutils::daqconfig
