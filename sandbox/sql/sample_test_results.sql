@@ -22,7 +22,7 @@ INSERT INTO public.apd_pixel_m
   WHERE serial % 100 <> 1
     -- Some pixels were not measured in the second batch.
     AND NOT (batch = 2 AND (serial % 50 = 3 AND pixel = serial / 50 % 32
-                            OR what = 'only half the pixels' AND pixel % 2 = 1))
+                            OR what IS NOT DISTINCT FROM 'only half the pixels' AND pixel % 2 = 1))
   ORDER BY batch, temperature, serial, pixel;
 -- An APD with a pixel column that does not exist.
 INSERT INTO public.apd_pixel_m
