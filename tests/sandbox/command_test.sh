@@ -127,6 +127,11 @@ exits 2 'too many connections for role' value one_birch 'SELECT 1' brio_limited
 PGPASSWORD=wrong exits 2 'password authentication failed' value one_birch 'SELECT 1' brio_password
 equal 'with the password' "$(PGPASSWORD=sandbox-secret value one_birch 'SELECT count(*) > 0 FROM daq.runs' brio_password)" t
 
+echo "the operator's guide shows the rights that are given"
+while read -r line; do
+  [[ -z $line || $line == --* ]] || grep -qF -- "$line" "$repository/docs/operators.md" || fail "not in the guide: $line"
+done <"$repository/sandbox/sql/grants.sql"
+
 echo "down"
 exits 0 'removed' sandbox down
 [[ ! -e $dir ]] || fail 'the folder is left'
