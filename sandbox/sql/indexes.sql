@@ -8,7 +8,8 @@ CREATE INDEX apd_pixel_m_gain ON public.apd_pixel_m
   WHERE target_degc < 0;
 
 -- Installed APDs, taken with random_page_cost near 1.
-CREATE INDEX apd_stats_serial ON public.apd_stats (right(apd_id, 7), target_degc) INCLUDE (apd_id, batch_no, vr);
+CREATE INDEX apd_stats_serial ON public.apd_stats (right(apd_id, 7), target_degc)
+  INCLUDE (apd_id, batch_no, vr);
 
 -- Cabling. The planner takes the three numbers of a place for independent of each other, and the join for far
 -- smaller than it is, unless statistics on both sides tell it better.

@@ -1,13 +1,15 @@
 -- What the test stands measured. Every APD was tested in two batches, the first at -15 degrees, the
 -- second at -12, -8 and +20; one in a hundred has no gains. A pixel's gain is about 100.
 CREATE TABLE sample.test AS
-  SELECT apd.serial, apd.what, format('LOT-%s-%s', to_char(serial % 97, 'FM00'), to_char(serial, 'FM0000000')) AS apd_id,
+  SELECT apd.serial, apd.what,
+         format('LOT-%s-%s', to_char(serial % 97, 'FM00'), to_char(serial, 'FM0000000')) AS apd_id,
          batch, temperature
   FROM sample.apd, (VALUES (1, -15), (2, -12), (2, -8), (2, 20)) AS test (batch, temperature);
 
 INSERT INTO public.apd_stats
   SELECT apd_id, batch, temperature,
-         (38000 + (serial::bigint * 7919 + batch * 131 + temperature * 17) % 4500) / 100.0::double precision, 100.1
+         (38000 + (serial::bigint * 7919 + batch * 131 + temperature * 17) % 4500) / 100.0::double precision,
+         100.1
   FROM sample.test ORDER BY batch, temperature, serial;
 
 -- One APD in five hundred has gains far too low.

@@ -6,8 +6,8 @@ dir=$1 size=$2 prefix=$3
 
 check() {
   local detector=$1 script=$2
-  "$here/../../sandbox/sandbox" --dir "$dir" psql --prefix "$prefix" --detector "$detector" -X -q -o /dev/null \
-    -v ON_ERROR_STOP=1 -v "size=$size" -v "detector=$detector" -f "$here/$script"
+  "$here/../../sandbox/sandbox" --dir "$dir" psql --prefix "$prefix" --detector "$detector" \
+    -X -q -o /dev/null -v ON_ERROR_STOP=1 -v "size=$size" -v "detector=$detector" -f "$here/$script"
 }
 
 check birch check_birch.sql

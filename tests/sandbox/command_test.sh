@@ -28,9 +28,11 @@ value() { psql -X -At -h "$dir/socket" -U "${3:-postgres}" -d "$1" -c "$2"; }
 checksum() {
   local table
   value "$1" "SELECT format('%I.%I', schemaname, tablename) FROM pg_tables
-              WHERE schemaname NOT IN ('pg_catalog', 'information_schema') ORDER BY 1" | while read -r table; do
-    PGTZ=UTC value "$1" "SELECT '$table', count(*), md5(string_agg(row::text, '|' ORDER BY row::text)) FROM $table AS row"
-  done
+              WHERE schemaname NOT IN ('pg_catalog', 'information_schema') ORDER BY 1" |
+    while read -r table; do
+      PGTZ=UTC value "$1" "SELECT '$table', count(*), md5(string_agg(row::text, '|' ORDER BY row::text))
+                           FROM $table AS row"
+    done
 }
 
 echo "wrong usage"
@@ -86,8 +88,8 @@ diff "$scratch/first" "$scratch/second" || fail 'two loads differ'
 
 sandbox load --size empty --prefix bare 2>/dev/null
 if checksum bare_birch | grep -v '|0|'; then fail 'the empty sample has rows'; fi
-equal 'indexes of the empty sample' "$(value bare_birch "SELECT count(*) FROM pg_indexes WHERE schemaname !~ '^pg_'")" \
-  "$(value one_birch "SELECT count(*) FROM pg_indexes WHERE schemaname !~ '^pg_'")"
+indexes="SELECT count(*) FROM pg_indexes WHERE schemaname !~ '^pg_'"
+equal 'indexes of the empty sample' "$(value bare_birch "$indexes")" "$(value one_birch "$indexes")"
 
 echo "a load that fails says so"
 mkdir "$scratch/bin"
@@ -98,7 +100,8 @@ PATH=$scratch/bin:$PATH exits 1 'failed' sandbox load --size empty --prefix bare
 echo "run tables are those of the definition files"
 for file in "$repository"/RunHistory/tables/*.xml; do
   table=$(sed -n 's/.*<table schema="\([^"]*\)" name="\([^"]*\)".*/\1.\2/p' "$file")
-  defined=$(sed -n 's/.*<column name="\([^"]*\)" type="\([^"]*\)".*/\1 \2/p' "$file" | sed 's/ timestamp$/& without time zone/')
+  defined=$(sed -n 's/.*<column name="\([^"]*\)" type="\([^"]*\)".*/\1 \2/p' "$file" |
+    sed 's/ timestamp$/& without time zone/')
   [[ -n $defined ]] || fail "no columns in $file"
   equal "columns of $table" "$(value one_birch "SELECT attname || ' ' || format_type(atttypid, atttypmod)
     FROM pg_attribute WHERE attrelid = '$table'::regclass AND attnum > 0 ORDER BY attnum")" "$defined"
@@ -113,7 +116,8 @@ equal 'runs by way of env' \
   "$(psql -X -At "${BRIO_DATABASE/\{detector\}/alder}" -c 'SELECT count(*) FROM daq.runs')" 4
 
 echo "psql"
-equal 'runs by way of psql' "$(sandbox psql --prefix one --detector cedar -X -At -c 'SELECT run FROM daq.runs')" 12000
+equal 'runs by way of psql' \
+  "$(sandbox psql --prefix one --detector cedar -X -At -c 'SELECT run FROM daq.runs')" 12000
 
 echo "roles"
 for table in $(value one_birch "SELECT format('%I.%I', schemaname, tablename) FROM pg_tables
@@ -125,11 +129,13 @@ done
 exits 1 'permission denied' value one_birch 'CREATE TABLE public.mine ()' brio_reader
 exits 2 'too many connections for role' value one_birch 'SELECT 1' brio_limited
 PGPASSWORD=wrong exits 2 'password authentication failed' value one_birch 'SELECT 1' brio_password
-equal 'with the password' "$(PGPASSWORD=sandbox-secret value one_birch 'SELECT count(*) > 0 FROM daq.runs' brio_password)" t
+equal 'with the password' \
+  "$(PGPASSWORD=sandbox-secret value one_birch 'SELECT count(*) > 0 FROM daq.runs' brio_password)" t
 
 echo "the operator's guide shows the rights that are given"
 while read -r line; do
-  [[ -z $line || $line == --* ]] || grep -qF -- "$line" "$repository/docs/operators.md" || fail "not in the guide: $line"
+  [[ -z $line || $line == --* ]] || grep -qF -- "$line" "$repository/docs/operators.md" \
+    || fail "not in the guide: $line"
 done <"$repository/sandbox/sql/grants.sql"
 
 echo "down"
