@@ -10,7 +10,8 @@ def quoted(identifier):
 
 def statements(path):
     table = ElementTree.parse(path).getroot()
-    columns = ",\n  ".join(f'{quoted(column.attrib["name"])} {column.attrib["type"]}' for column in table.iter("column"))
+    columns = ",\n  ".join(
+        f'{quoted(column.attrib["name"])} {column.attrib["type"]}' for column in table.iter("column"))
     schema, name = quoted(table.attrib["schema"]), quoted(table.attrib["name"])
     return f"CREATE SCHEMA IF NOT EXISTS {schema};\nCREATE TABLE {schema}.{name} (\n  {columns}\n);\n"
 

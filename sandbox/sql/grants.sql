@@ -1,5 +1,7 @@
 -- What the library reads, table by table.
-GRANT USAGE ON SCHEMA daq, dataquality, beam, millpondprod_factory, public, daqconfig, slowcontrol TO brio_reader;
+GRANT USAGE ON SCHEMA
+  daq, dataquality, beam, millpondprod_factory, public, daqconfig, slowcontrol
+TO brio_reader;
 
 GRANT SELECT ON
   daq.runs, daq.subruns, daq.daqresourcesbyrun,

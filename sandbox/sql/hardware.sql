@@ -71,8 +71,8 @@ CREATE TABLE public.feb_test_summary (
   hvfitslope     double precision
 );
 
--- From a DCM's port (location1 'DIBLK:nn', position1 'DCM:nn', port1 'PRT:nn') to the module whose board hangs
--- on it (location2 'BLK:nn', position2 'PLN:nn', port2 'POS:nn').
+-- From a DCM's port (location1 'DIBLK:nn', position1 'DCM:nn', port1 'PRT:nn') to the module whose board
+-- hangs on it (location2 'BLK:nn', position2 'PLN:nn', port2 'POS:nn').
 CREATE TABLE public.feb_comm_cables (
   cable_id  integer PRIMARY KEY,
   location1 text,

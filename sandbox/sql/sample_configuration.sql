@@ -43,7 +43,9 @@ INSERT INTO daqconfig.thresholds
                 THEN (ARRAY[-1, -32768, 32767, 4095])[pixel + 1]
                 ELSE level + (number * 31 + pixel * 17 + config_id::integer * 7) % 10 - 3 END::smallint),
          ''::bytea ORDER BY port, pixel)
-  FROM (SELECT *, 46 + round(11 * sin((64 * diblock + layer) / 140.0) + 4 * cos(position / 2.0))::integer AS level
+  FROM (SELECT *,
+               46 + round(11 * sin((64 * diblock + layer) / 140.0)
+                          + 4 * cos(position / 2.0))::integer AS level
         FROM sample.configured_board WHERE config_id <> 1010 OFFSET 0) AS board,
        generate_series(0, 31) AS pixel
   GROUP BY config_id, dcm_name

@@ -1,5 +1,5 @@
--- The far detector's modules, APDs and FEBs: when they were registered, connected and replaced, and the cables.
--- Run 13002 starts at 2016-03-01 03:00:00 UTC, which is 08:00:00 UTC when the same text is read as CDT.
+-- The far detector's modules, APDs and FEBs: when they were registered, connected and replaced; the cables.
+-- Run 13002 starts at 2016-03-01 03:00:00 UTC; the same text read as CDT is 08:00:00 UTC.
 
 -- Boards with something remarkable; the rest are ordinary. Times are those of the APD's connection.
 CREATE TABLE sample.remarkable (diblock integer, dcm integer, port integer, what text, at timestamptz);
@@ -47,8 +47,8 @@ UPDATE sample.place SET apd_replaced = at WHERE what LIKE 'APD replaced%';
 UPDATE sample.place SET feb_replaced = at WHERE what LIKE 'FEB replaced%';
 
 -- Serials go criss-cross over the detector: 1 to 10,752 first fitted, the next 10,752 replacements, then what
--- was connected beside another. 7919 and 7907 have no factor in common with 10,752, so none comes twice. Serial
--- 1 sits on diblock 12, DCM 2, port 42.
+-- was connected beside another. 7919 and 7907 have no factor in common with 10,752, so none comes twice.
+-- Serial 1 sits on diblock 12, DCM 2, port 42.
 CREATE TABLE sample.apd AS
   SELECT 1 + ((number - 8554) * 7919 % 10752 + 10752) % 10752 AS serial, number, module, what,
          CASE WHEN what = 'APD connected' THEN at ELSE installed END AS connected,
@@ -99,20 +99,22 @@ INSERT INTO millpondprod_factory.module
   UNION ALL SELECT 150501, 28, 0, 0, 'vertical'
   ORDER BY 1;
 
-INSERT INTO millpondprod_factory.apd SELECT 200000 + serial, 'W' || serial / 40 FROM sample.apd ORDER BY serial;
+INSERT INTO millpondprod_factory.apd SELECT 200000 + serial, 'W' || serial / 40 FROM sample.apd
+  ORDER BY serial;
 
 INSERT INTO millpondprod_factory.barcoded_item
   SELECT *, 'technician ' || item % 11
   FROM (
-    SELECT module, '01.01.' || to_char(module, 'FM0000000'), 'module', installed - interval '60 days', NULL::timestamptz
+    SELECT module, '01.01.' || to_char(module, 'FM0000000'), 'module', installed - interval '60 days',
+           NULL::timestamptz
     FROM sample.place
     UNION ALL
     SELECT 150000 + spare, '01.01.' || to_char(150000 + spare, 'FM0000000'), 'module', '2013-01-01 00:00:00Z',
            NULL
     FROM generate_series(1, 501) AS spare
     UNION ALL
-    SELECT 200000 + serial, format('05.%s.%s', to_char(serial % 97, 'FM00'), to_char(serial, 'FM0000000')), 'apd',
-           added, removed
+    SELECT 200000 + serial, format('05.%s.%s', to_char(serial % 97, 'FM00'), to_char(serial, 'FM0000000')),
+           'apd', added, removed
     FROM sample.apd
     UNION ALL
     SELECT 300000 + serial, format('FEB4.%s.%s', 1 + serial % 4, to_char(serial, 'FM000000')), 'feb',
@@ -138,7 +140,8 @@ INSERT INTO public.feb_comm_cables
   FROM sample.place ORDER BY number;
 -- Entered twice: (12, 7, 0) with the bare module of the rack, (12, 7, 42) as it is, and (12, 7, 1), written
 -- without the leading zero, with the module of (12, 7, 15), which so hangs at two places.
-INSERT INTO public.feb_comm_cables VALUES (20001, 'DIBLK:12', 'DCM:07', 'PRT:00', 'BLK:28', 'PLN:00', 'POS:00');
+INSERT INTO public.feb_comm_cables VALUES
+  (20001, 'DIBLK:12', 'DCM:07', 'PRT:00', 'BLK:28', 'PLN:00', 'POS:00');
 INSERT INTO public.feb_comm_cables
   SELECT 20002, location1, position1, port1, location2, position2, port2 FROM public.feb_comm_cables
   WHERE location1 = 'DIBLK:12' AND position1 = 'DCM:07' AND port1 = 'PRT:42';

@@ -9,7 +9,8 @@ CREATE TABLE sample.place AS
               WHEN dcm = 2 THEN 193 + 2 * (port / 2)
               WHEN port < 27 THEN 192 + 2 * (port / 3)
               ELSE 192 + 2 * (9 + (port - 27) / 2) END,
-         CASE WHEN diblock < 4 THEN CASE dcm WHEN 1 THEN 0 WHEN 2 THEN 1 + port / 32 WHEN 3 THEN port / 32 ELSE 2 END
+         CASE WHEN diblock < 4 THEN
+                CASE dcm WHEN 1 THEN 0 WHEN 2 THEN 1 + port / 32 WHEN 3 THEN port / 32 ELSE 2 END
               WHEN dcm = 2 THEN port % 2
               WHEN port < 27 THEN port % 3
               ELSE (port - 27) % 2 END) AS place (plane, module)

@@ -17,11 +17,13 @@ INSERT INTO daq.daqresourcesbyrun (run, resource_type, appname, detector, hostna
   WHERE has_resources AND diblock = ANY (diblocks) AND dcm = ANY (dcms) AND dcm_name <> ALL (absent)
   ORDER BY run, md5(dcm_name);
 INSERT INTO daq.daqresourcesbyrun (run, resource_type, appname, detector, hostname)
-  SELECT run, 'bnevb', 'bnevb-' || to_char(builder, 'FM000'), initcap(:'detector'), 'farm-' || to_char(builder, 'FM000')
+  SELECT run, 'bnevb', 'bnevb-' || to_char(builder, 'FM000'), initcap(:'detector'),
+         'farm-' || to_char(builder, 'FM000')
   FROM sample.run, generate_series(1, event_builders) AS builder
   WHERE has_resources ORDER BY run, builder DESC;
 INSERT INTO daq.daqresourcesbyrun (run, resource_type, appname, detector, hostname)
-  SELECT run, resource_type, appname, detector, 'host-' || appname FROM sample.odd_resource ORDER BY run, appname;
+  SELECT run, resource_type, appname, detector, 'host-' || appname FROM sample.odd_resource
+  ORDER BY run, appname;
 
 -- The good-diblock mask of a run is the newest of three rows; they do not come in the order of their dates.
 INSERT INTO dataquality.gooddiblocksvsrun (run, dbmask, inserttime, insertuser)
@@ -31,7 +33,8 @@ INSERT INTO dataquality.gooddiblocksvsrun (run, dbmask, inserttime, insertuser)
   WHERE has_mask ORDER BY run, version % 3;
 
 INSERT INTO beam.potbyrun (run, npot)
-  SELECT run, CASE WHEN has_pot_value THEN 2.3e17 + (run % 1000) * 1.25e15 END FROM sample.run WHERE has_pot ORDER BY run;
+  SELECT run, CASE WHEN has_pot_value THEN 2.3e17 + (run % 1000) * 1.25e15 END FROM sample.run
+  WHERE has_pot ORDER BY run;
 
 -- Data-quality records: two versions, one record a subrun in each; the older version comes last.
 INSERT INTO dataquality.dqsubruninfo (run, version, subrun, flag, miprate, ngooddb, numslc, trkfrac, comment,

@@ -9,7 +9,8 @@ INSERT INTO sample.run (run, tstart, configid)
   SELECT run, timestamp '2016-03-01 03:00:00' + (run - 13002) * interval '36 hours', 1003
   FROM generate_series(13003, 13017) AS run;
 INSERT INTO sample.run (run, tstart, configid, nsubruns)
-  SELECT run, timestamp '2016-04-01 06:15:00' + (run - 13018) * interval '3 days 1 hour', 1001 + run % 3, 18 + run % 6
+  SELECT run, timestamp '2016-04-01 06:15:00' + (run - 13018) * interval '3 days 1 hour',
+         1001 + run % 3, 18 + run % 6
   FROM generate_series(13018, 13040) AS run;
 UPDATE sample.run SET tstop = tstart + interval '8 hours 50 minutes', nactivechan = 344064,
   diblocks = '{1,2,3,4,5,6,7,8,9,10,11,12,13,14}', event_builders = 140, dbmask = 16383;
@@ -17,7 +18,8 @@ UPDATE sample.run SET tstop = tstart + interval '8 hours 50 minutes', nactivecha
 UPDATE sample.run SET diblocks = '{5,6,7,8,9,10,11,12,13,14}', nactivechan = 245760 WHERE run = 13003;
 UPDATE sample.run SET tstop = NULL WHERE run = 13004;
 UPDATE sample.run SET tstart = NULL, tstop = NULL, configid = NULL, nsubruns = NULL, nactivechan = NULL,
-  partition = NULL, runtype = NULL, absent = '{dcm-2-03-05,dcm-2-04-06}', event_builders = 138 WHERE run = 13005;
+  partition = NULL, runtype = NULL, absent = '{dcm-2-03-05,dcm-2-04-06}', event_builders = 138
+  WHERE run = 13005;
 UPDATE sample.run SET has_resources = false WHERE run = 13006;
 UPDATE sample.run SET dbmask = 0 WHERE run = 13007;
 UPDATE sample.run SET has_mask = false, has_pot = false, has_quality = false WHERE run = 13008;

@@ -1,5 +1,5 @@
--- Slow controls: APDs are cooled to about -15 degrees, but for a warm area about diblock 8, DCMs 3 and 4, where
--- the temperature control is off. Some values were never recorded.
+-- Slow controls: APDs are cooled to about -15 degrees, but for a warm area about diblock 8, DCMs 3 and 4,
+-- where the temperature control is off. Some values were never recorded.
 INSERT INTO slowcontrol.apd_settings
   SELECT config_id, dcm_name, port,
          CASE WHEN number % 211 <> 5 THEN NOT (diblock = 8 AND dcm IN (3, 4)) END,

@@ -1,13 +1,15 @@
 -- What the test stands measured. Every APD was tested in two batches, the first at -15 degrees, the
 -- second at -12, -8 and +20; one in a hundred has no gains. A pixel's gain is about 100.
 CREATE TABLE sample.test AS
-  SELECT apd.serial, apd.what, format('LOT-%s-%s', to_char(serial % 97, 'FM00'), to_char(serial, 'FM0000000')) AS apd_id,
+  SELECT apd.serial, apd.what,
+         format('LOT-%s-%s', to_char(serial % 97, 'FM00'), to_char(serial, 'FM0000000')) AS apd_id,
          batch, temperature
   FROM sample.apd, (VALUES (1, -15), (2, -12), (2, -8), (2, 20)) AS test (batch, temperature);
 
 INSERT INTO public.apd_stats
   SELECT apd_id, batch, temperature,
-         (38000 + (serial::bigint * 7919 + batch * 131 + temperature * 17) % 4500) / 100.0::double precision, 100.1
+         (38000 + (serial::bigint * 7919 + batch * 131 + temperature * 17) % 4500) / 100.0::double precision,
+         100.1
   FROM sample.test ORDER BY batch, temperature, serial;
 
 -- One APD in five hundred has gains far too low.
@@ -22,7 +24,7 @@ INSERT INTO public.apd_pixel_m
   WHERE serial % 100 <> 1
     -- Some pixels were not measured in the second batch.
     AND NOT (batch = 2 AND (serial % 50 = 3 AND pixel = serial / 50 % 32
-                            OR what = 'only half the pixels' AND pixel % 2 = 1))
+                            OR what IS NOT DISTINCT FROM 'only half the pixels' AND pixel % 2 = 1))
   ORDER BY batch, temperature, serial, pixel;
 -- An APD with a pixel column that does not exist.
 INSERT INTO public.apd_pixel_m
