@@ -12,8 +12,8 @@
 
 #include "database/ConnectionString.h"
 #include "database/Counters.h"
-#include "database/Wait.h"
 #include "database/StepObserver.h"
+#include "database/Wait.h"
 #include "framework/MessageLogger.h"
 
 namespace brio::dbi {
@@ -23,13 +23,15 @@ using Clock = std::chrono::steady_clock;
 using Options = std::unique_ptr<PQconninfoOption, decltype(&PQconninfoFree)>;
 
 constexpr const char* kApplicationName = "brio-runhistory";
-constexpr int kDefaultTimeoutSeconds = 10;
+constexpr long kDefaultTimeoutSeconds = 10;
+constexpr long kLongestTimeoutSeconds = 1'000'000;
 constexpr std::chrono::duration<double> kFirstPause{0.2};
 constexpr std::chrono::duration<double> kLongestPause{5.0};
 
 struct Failure {
   std::string reason;
   bool canPass = false;
+  bool neverStarted = false;  ///< libpq itself refused, before it learned of a host
 };
 
 /// Where an attempt ended: connected, or why not, and which hosts a timed-out attempt had not tried yet.
@@ -39,12 +41,16 @@ struct Attempt {
   std::vector<std::pair<std::string, std::string>> untriedHosts;
 };
 
-std::string OptionValue(PGconn* connection, const std::string& keyword) {
-  const Options options(PQconninfo(connection), &PQconninfoFree);
-  for (const PQconninfoOption* option = options.get(); option != nullptr && option->keyword != nullptr; ++option) {
+std::string OptionValue(const Options& options, const std::string& keyword) {
+  for (const PQconninfoOption* option = options.get(); option != nullptr && option->keyword != nullptr;
+       ++option) {
     if (keyword == option->keyword && option->val != nullptr) { return option->val; }
   }
   return {};
+}
+
+std::string OptionValue(PGconn* connection, const std::string& keyword) {
+  return OptionValue(Options(PQconninfo(connection), &PQconninfoFree), keyword);
 }
 
 std::vector<std::string> SplitAtCommas(const std::string& list) {
@@ -88,21 +94,24 @@ std::string WithoutLocation(const std::string& text) {
 }
 
 Failure FailureOf(PGconn* connection) {
-  Failure failure{WithoutLocation(PQerrorMessage(connection)), true};
+  Failure failure;
+  failure.reason = WithoutLocation(PQerrorMessage(connection));
   const auto codes = StateCodes(PQerrorMessage(connection));
-  // A connection that never learned of a host was refused by libpq itself: an unknown service or option.
   const char* host = PQhost(connection);
-  const bool neverStarted = host == nullptr || *host == '\0';
-  failure.canPass = !neverStarted && PQconnectionNeedsPassword(connection) == 0 &&
+  failure.neverStarted = host == nullptr || *host == '\0';
+  failure.canPass = !failure.neverStarted && PQconnectionNeedsPassword(connection) == 0 &&
                     std::all_of(codes.begin(), codes.end(), CanPass);
   return failure;
 }
 
 std::chrono::seconds HostTimeout(PGconn* connection) {
   const std::string setting = OptionValue(connection, "connect_timeout");
-  if (setting.empty()) { return std::chrono::seconds(kDefaultTimeoutSeconds); }
-  const int seconds = std::atoi(setting.c_str());
-  return seconds > 0 ? std::chrono::seconds(std::max(seconds, 2)) : std::chrono::seconds::max();
+  char* end = nullptr;
+  const long seconds = std::strtol(setting.c_str(), &end, 10);
+  // A setting that cannot be read must not mean for ever.
+  if (end == setting.c_str()) { return std::chrono::seconds(kDefaultTimeoutSeconds); }
+  return seconds > 0 ? std::chrono::seconds(std::clamp(seconds, 2L, kLongestTimeoutSeconds))
+                     : std::chrono::seconds::max();
 }
 
 /// Hosts behind the one that the connection is trying, with their ports.
@@ -159,7 +168,7 @@ Attempt TryOnce(const std::string& connectionString,
   while (state != PGRES_POLLING_OK && state != PGRES_POLLING_FAILED) {
     const auto waitFor = state == PGRES_POLLING_READING ? WaitFor::Read : WaitFor::Write;
     if (!WaitForSocket(PQsocket(connection), waitFor, RemainingOf(timeout, waitingSince))) {
-      attempt.failure = {"connection to server at \"" + host + "\" failed: timeout expired", true};
+      attempt.failure = {"connection to server at \"" + host + "\" failed: timeout expired", true, false};
       attempt.untriedHosts = HostsBehind(connection);
       attempt.connection.reset();
       return attempt;
@@ -205,24 +214,27 @@ void PauseBefore(int next) {
 }
 
 /// libpq's own complaint about a malformed string may quote pieces of it, a password among them: it is not
-/// passed on.
+/// passed on. Nor may a URI's password with an unescaped "@" or "/" in it come to be taken for a host or a
+/// port.
 bool IsReadable(const std::string& connectionString) {
-  const bool isBareName = connectionString.find('=') == std::string::npos &&
-                          connectionString.find("://") == std::string::npos;
+  const bool isBareName =
+      connectionString.find('=') == std::string::npos && connectionString.find("://") == std::string::npos;
   if (isBareName) { return true; }
   char* complaint = nullptr;
   const Options options(PQconninfoParse(connectionString.c_str(), &complaint), &PQconninfoFree);
   PQfreemem(complaint);
-  return options != nullptr;
+  return options != nullptr && OptionValue(options, "host").find('@', 1) == std::string::npos &&
+         OptionValue(options, "port").find_first_not_of("0123456789,") == std::string::npos;
 }
 
 }  // namespace
 
 ConnectionHandle Connect(const std::string& connectionString, int retries) {
   if (!IsReadable(connectionString)) {
-    LogError("BrioDatabase") << "the connection string in " << kDatabaseVariable
-                             << " cannot be read: it must be a libpq connection string (keyword=value pairs with "
-                                "known keywords, or a postgresql:// URI)";
+    LogError("BrioDatabase")
+        << "the connection string in " << kDatabaseVariable
+        << " cannot be read: it must be a libpq connection string (keyword=value pairs with "
+           "known keywords, or a postgresql:// URI)";
     return nullptr;
   }
   Failure failure;
@@ -241,12 +253,14 @@ ConnectionHandle Connect(const std::string& connectionString, int retries) {
     failure = tried.failure;
     if (!failure.canPass) { break; }
   }
+  const char* setting = std::getenv(kDatabaseVariable);
+  const bool isSetUp = !failure.neverStarted || (setting != nullptr && *setting != '\0');
   LogError("BrioDatabase") << failure.reason
-                           << (std::getenv(kDatabaseVariable) == nullptr
-                                   ? std::string("; no database is set up: set ") + kDatabaseVariable +
-                                         " to a connection string, or define that service in your PostgreSQL "
-                                         "service file"
-                                   : std::string());
+                           << (isSetUp
+                                   ? std::string()
+                                   : std::string("; ") + kDatabaseVariable +
+                                         " is not set: set it to a connection string, or define that service "
+                                         "in your PostgreSQL service file");
   return nullptr;
 }
 
