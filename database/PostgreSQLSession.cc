@@ -27,8 +27,8 @@ std::chrono::seconds QueryTimeout() {
   const char* end = setting + std::strlen(setting);
   const auto [stop, error] = std::from_chars(setting, end, seconds);
   if (error != std::errc() || stop != end || seconds < 0) {
-    LogWarning("BrioDatabase") << "BRIO_QUERY_TIMEOUT is \"" << setting << "\", not a number of seconds; using "
-                               << kDefaultTimeout.count();
+    LogWarning("BrioDatabase") << "BRIO_QUERY_TIMEOUT is \"" << setting
+                               << "\", not a number of seconds; using " << kDefaultTimeout.count();
     return kDefaultTimeout;
   }
   return seconds == 0 || seconds > kLongestTimeout ? kForEver : std::chrono::seconds(seconds);
@@ -44,6 +44,8 @@ bool IsCopy(const PGresult* result) {
   return status == PGRES_COPY_IN || status == PGRES_COPY_OUT || status == PGRES_COPY_BOTH;
 }
 
+ResultHandle FatalResult() { return ResultHandle(PQmakeEmptyPGresult(nullptr, PGRES_FATAL_ERROR)); }
+
 std::string Trimmed(std::string text) {
   while (!text.empty() && text.back() == '\n') {
     text.pop_back();
@@ -54,7 +56,10 @@ std::string Trimmed(std::string text) {
 }  // namespace
 
 PostgreSQLSession::PostgreSQLSession(ConnectionHandle connection)
-    : connection_(std::move(connection)), timeout_(QueryTimeout()) {}
+    : connection_(std::move(connection)), timeout_(QueryTimeout()) {
+  // Sending must not block for ever either.
+  PQsetnonblocking(connection_.get(), 1);
+}
 
 PostgreSQLSession::~PostgreSQLSession() { Close(); }
 
@@ -64,7 +69,10 @@ bool PostgreSQLSession::IsUsable() const {
 
 ResultHandle PostgreSQLSession::Execute(const Statement& statement) {
   if (!connection_) { return nullptr; }
-  if (readsOneState_ && !inTransaction_ && !Begin()) { return Lost("the transaction could not be begun"); }
+  if (readsOneState_ && PQtransactionStatus(connection_.get()) != PQTRANS_INTRANS && !Begin()) {
+    connection_.reset();
+    return FatalResult();
+  }
   NotifyStep(DatabaseStep::Statement, statement.text);
   ++Counters::Instance().statementsSent;
 
@@ -73,8 +81,9 @@ ResultHandle PostgreSQLSession::Execute(const Statement& statement) {
   for (const auto& parameter : statement.parameters) {
     values.push_back(parameter.c_str());
   }
-  const int sent = PQsendQueryParams(connection_.get(), statement.text.c_str(), static_cast<int>(values.size()),
-                                     nullptr, values.data(), nullptr, nullptr, statement.binary ? 1 : 0);
+  const int sent =
+      PQsendQueryParams(connection_.get(), statement.text.c_str(), static_cast<int>(values.size()), nullptr,
+                        values.data(), nullptr, nullptr, statement.binary ? 1 : 0);
   if (sent == 0) {
     const std::string reason = Trimmed(PQerrorMessage(connection_.get()));
     if (!IsUsable()) { return Lost(reason); }
@@ -86,8 +95,7 @@ ResultHandle PostgreSQLSession::Execute(const Statement& statement) {
     ReportError(result.get(), statement.text);
     if (!IsUsable() || IsCopy(result.get())) {
       connection_.reset();
-    } else if (inTransaction_) {
-      inTransaction_ = false;
+    } else if (readsOneState_ && PQtransactionStatus(connection_.get()) == PQTRANS_INERROR) {
       RunOwn("ROLLBACK");
     }
   }
@@ -96,13 +104,12 @@ ResultHandle PostgreSQLSession::Execute(const Statement& statement) {
 
 void PostgreSQLSession::Close() noexcept {
   try {
-    if (inTransaction_ && IsUsable()) {
+    if (readsOneState_ && IsUsable() && PQtransactionStatus(connection_.get()) == PQTRANS_INTRANS) {
       NotifyStep(DatabaseStep::Commit, "COMMIT");
       RunOwn("COMMIT");
     }
   } catch (...) {  // NOLINT(bugprone-empty-catch): nothing was written, so nothing is lost
   }
-  inTransaction_ = false;
   connection_.reset();
 }
 
@@ -115,14 +122,13 @@ bool PostgreSQLSession::Begin() {
     begin += ";SET LOCAL statement_timeout TO " + std::to_string(timeout_.count() * 1000);
   }
   NotifyStep(DatabaseStep::Begin, begin);
-  inTransaction_ = RunOwn(begin);
-  if (inTransaction_) { ++Counters::Instance().transactionsBegun; }
-  return inTransaction_;
+  if (!RunOwn(begin)) { return false; }
+  ++Counters::Instance().transactionsBegun;
+  return true;
 }
 
 /// A constant text of our own, answered without rows.
 bool PostgreSQLSession::RunOwn(const std::string& text) {
-  if (!IsUsable()) { return false; }
   if (PQsendQuery(connection_.get(), text.c_str()) == 0) {
     Lost(Trimmed(PQerrorMessage(connection_.get())));
     return false;
@@ -133,7 +139,8 @@ bool PostgreSQLSession::RunOwn(const std::string& text) {
   return false;
 }
 
-/// The first result that is not good, else the last; reads until the connection is ready for the next statement.
+/// The first result that is not good, else the last; reads until the connection is ready for the next
+/// statement.
 ResultHandle PostgreSQLSession::CollectResult() {
   ResultHandle collected;
   for (;;) {
@@ -148,23 +155,26 @@ ResultHandle PostgreSQLSession::CollectResult() {
   return collected ? std::move(collected) : Lost("the server gave no answer");
 }
 
-/// False when the server has sent nothing for the time allowed.
+/// Sends what is left of the statement and waits for a result; false when the server has neither taken nor
+/// sent anything for the time allowed.
 bool PostgreSQLSession::WaitForData() {
-  while (PQisBusy(connection_.get()) != 0) {
-    const bool readable = WaitForSocket(PQsocket(connection_.get()), WaitFor::Read,
-                                        RemainingOf(timeout_, Clock::now()));
-    if (!readable) { return false; }
-    if (PQconsumeInput(connection_.get()) == 0) { return true; }  // PQgetResult tells what happened
+  for (;;) {
+    const int unsent = PQflush(connection_.get());
+    if (unsent < 0 || (unsent == 0 && PQisBusy(connection_.get()) == 0)) { break; }
+    const auto waitFor = unsent > 0 ? WaitFor::ReadOrWrite : WaitFor::Read;
+    if (!WaitForSocket(PQsocket(connection_.get()), waitFor, RemainingOf(timeout_, Clock::now()))) {
+      return false;
+    }
+    if (PQconsumeInput(connection_.get()) == 0) { break; }
   }
-  return true;
+  return true;  // PQgetResult tells what happened
 }
 
 /// Closes the connection and makes the result that says so.
 ResultHandle PostgreSQLSession::Lost(const std::string& reason) {
   LogError("BrioDatabase") << "connection to the database lost: " << reason;
-  inTransaction_ = false;
   connection_.reset();
-  return ResultHandle(PQmakeEmptyPGresult(nullptr, PGRES_FATAL_ERROR));
+  return FatalResult();
 }
 
 void PostgreSQLSession::ReportError(const PGresult* result, const std::string& statement) const {
@@ -176,7 +186,8 @@ void PostgreSQLSession::ReportError(const PGresult* result, const std::string& s
   if (*text == '\0') { return; }  // reported where the connection was found lost
   const char* code = PQresultErrorField(result, PG_DIAG_SQLSTATE);
   const char* database = connection_ ? PQdb(connection_.get()) : nullptr;
-  LogError("BrioDatabase") << "database \"" << (database != nullptr ? database : "") << "\": " << Trimmed(text)
+  LogError("BrioDatabase") << "database \"" << (database != nullptr ? database : "")
+                           << "\": " << Trimmed(text)
                            << (code != nullptr ? std::string(" [SQLSTATE ") + code + "]" : std::string());
 }
 

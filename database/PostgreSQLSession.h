@@ -10,9 +10,10 @@ namespace brio::dbi {
 /// A session with a PostgreSQL server over one libpq connection.
 ///
 /// Each statement goes in one message of the extended protocol, so that text from a database row can never
-/// smuggle in a second one. A server that sends nothing for BRIO_QUERY_TIMEOUT seconds (300 unless set, 0 for
-/// no limit) counts as lost. After ReadOneState the first statement, and the first after one that failed, begins
-/// a transaction in which everything that a pooler could leak is set for that transaction only.
+/// smuggle in a second one. A server that takes or sends nothing for BRIO_QUERY_TIMEOUT seconds (300 unless
+/// set, 0 for no limit) counts as lost. After ReadOneState the first statement, and the first after one that
+/// failed, begins a transaction in which everything that a pooler could leak is set for that transaction
+/// only.
 class PostgreSQLSession : public Session {
 public:
   explicit PostgreSQLSession(ConnectionHandle connection);
@@ -34,7 +35,6 @@ private:
   ConnectionHandle connection_;
   std::chrono::seconds timeout_;
   bool readsOneState_ = false;
-  bool inTransaction_ = false;
 };
 
 }  // namespace brio::dbi
