@@ -17,7 +17,8 @@ using LogicalChannel = std::uint32_t;
 class DAQChannelMap {
 public:
   /// Given by conversions for a channel that the detector does not have; every part of it decodes to 0, and
-  /// no detector has a diblock 0.
+  /// no detector has a diblock 0. As a logical channel the number also stands for plane 0, cell 0 of detector
+  /// 0, which is no real detector.
   static constexpr std::uint32_t kNoChannel = 0;
 
   /// The map of a detector; 1 is the near detector, 2 the far one. Every other number gives a map with the
@@ -28,13 +29,14 @@ public:
   DAQChannelMap(const DAQChannelMap&) = delete;
   DAQChannelMap& operator=(const DAQChannelMap&) = delete;
 
-  /// The DAQ channel that reads out a logical channel; kNoChannel when the detector has no such plane or cell.
-  /// The detector number is carried over.
+  /// The DAQ channel that reads out a logical channel; kNoChannel when the detector has no such plane or
+  /// cell. The detector number is carried over.
   virtual DAQChannel getDAQChannel(LogicalChannel channel) const = 0;
   /// The logical channel that a DAQ channel reads out; kNoChannel when nothing is read out there.
   virtual LogicalChannel getLogicalChannel(DAQChannel channel) const = 0;
   /// The DAQ pixel number (0..31) of the spot that the APD test stand numbers by the channel's pixel field:
-  /// the stand counts column by column, eight rows to a column, the DAQ row by row.
+  /// the stand counts column by column, eight rows to a column, the DAQ row by row. Only the field's lower
+  /// five bits count.
   virtual unsigned int getPixelOfTesterIndex(DAQChannel channel) const = 0;
 
   /// Detector 0..15, diblock 1..63, DCM 1..63, FEB 0..63, pixel 0..31. \throws std::out_of_range

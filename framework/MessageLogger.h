@@ -5,11 +5,13 @@
 #include <ostream>
 #include <sstream>
 #include <string>
+#include <utility>
 
 namespace brio {
 
 enum class Severity { Debug, Info, Warning, Error };
 
+/// What the levels and the destination of messages are; for the whole process, usable from any thread.
 namespace messagelogger {
 
 /// True when messages of this severity and category are shown. The level is `warning` unless the environment
@@ -18,10 +20,13 @@ bool IsEnabled(Severity severity, const std::string& category);
 
 /// Sets the levels from a text in the form of BRIO_LOG: a comma-separated list of `level` (for every
 /// category) and `category=level`; levels are debug, info, warning, error. "info,RunHistory=debug", say. An
-/// empty text restores the default. A part that cannot be read is reported at warning severity and skipped.
+/// empty text restores the default. Blanks around a part or a name do not count, nor do empty parts. A part
+/// that cannot be read is reported at warning severity and skipped.
 void SetLevels(const std::string& levels);
 
-/// Receives each enabled message in place of standard error; an empty function restores standard error.
+/// Receives each enabled message in place of standard error; an empty function restores standard error. It is
+/// called by the thread that writes the message, by several at the same time if need be, and may write
+/// messages itself; a message on its way while the sink is replaced may still go to the old one.
 using Sink = std::function<void(Severity, const std::string& category, const std::string& text)>;
 void SetSink(Sink sink);
 

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <exception>
+#include <ios>
+#include <ostream>
 #include <sstream>
 #include <string>
 #include <type_traits>
@@ -27,30 +29,50 @@ public:
 
   /// Appends text to the message.
   void append(const std::string& text);
+  /// Appends a value as std::ostream formats it. What a manipulator sets (std::hex, std::setprecision) holds
+  /// for the values after it.
+  template <class Value>
+  void stream(const Value& value);
 
 private:
   std::string category_;
   std::string message_;
   std::string what_;
+  // The formatting that the values streamed so far left behind; a stream itself could not be copied.
+  std::ios_base::fmtflags flags_ = std::ios_base::dec | std::ios_base::skipws;
+  std::streamsize precision_ = 6;
+  std::streamsize width_ = 0;
+  char fill_ = ' ';
 };
 
-/// Streams a value, formatted as std::ostream would, onto the end of an exception's message; gives back the
-/// exception with its own type, so that the expression can be thrown.
+template <class Value>
+void exception::stream(const Value& value) {
+  std::ostringstream text;
+  text.flags(flags_);
+  text.precision(precision_);
+  text.width(width_);
+  text.fill(fill_);
+  text << value;
+  flags_ = text.flags();
+  precision_ = text.precision();
+  width_ = text.width();
+  fill_ = text.fill();
+  append(text.str());
+}
+
+/// Streams a value onto the end of an exception's message; gives back the exception with its own type, so
+/// that the expression can be thrown.
 template <class Exception, class Value,
           class = std::enable_if_t<std::is_base_of_v<exception, std::decay_t<Exception>>>>
 Exception&& operator<<(Exception&& error, const Value& value) {
-  std::ostringstream text;
-  text << value;
-  error.append(text.str());
+  error.stream(value);
   return std::forward<Exception>(error);
 }
 
-/// The same for manipulators such as std::endl.
+/// The same for manipulators such as std::endl, whose type is known only from here.
 template <class Exception, class = std::enable_if_t<std::is_base_of_v<exception, std::decay_t<Exception>>>>
 Exception&& operator<<(Exception&& error, std::ostream& (*manipulator)(std::ostream&)) {
-  std::ostringstream text;
-  text << manipulator;
-  error.append(text.str());
+  error.stream(manipulator);
   return std::forward<Exception>(error);
 }
 

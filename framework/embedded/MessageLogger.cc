@@ -1,8 +1,13 @@
 #include "framework/MessageLogger.h"
 
+#include <algorithm>
+#include <atomic>
 #include <cstdlib>
 #include <map>
+#include <memory>
 #include <mutex>
+#include <optional>
+#include <sstream>
 #include <utility>
 #include <vector>
 
@@ -37,33 +42,54 @@ std::optional<Severity> SeverityFromText(const std::string& text) {
   return std::nullopt;
 }
 
+std::string WithoutBlanksAround(const std::string& text) {
+  constexpr const char* kBlanks = " \t\r\n";
+  const auto first = text.find_first_not_of(kBlanks);
+  return first == std::string::npos ? "" : text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+}
+
 // Parts that cannot be read are appended to `unreadable`.
 Levels ParseLevels(const std::string& text, std::vector<std::string>& unreadable) {
   Levels levels;
   std::istringstream parts(text);
-  for (std::string part; std::getline(parts, part, ',');) {
+  for (std::string piece; std::getline(parts, piece, ',');) {
+    const std::string part = WithoutBlanksAround(piece);
+    if (part.empty()) { continue; }
     const auto equals = part.find('=');
-    const auto severity = SeverityFromText(equals == std::string::npos ? part : part.substr(equals + 1));
-    if (!severity || equals == 0) {
+    const bool general = equals == std::string::npos;
+    const std::string category = WithoutBlanksAround(part.substr(0, equals));
+    const auto severity = SeverityFromText(general ? part : WithoutBlanksAround(part.substr(equals + 1)));
+    if (!severity || category.empty()) {
       unreadable.push_back(part);
-    } else if (equals == std::string::npos) {
+    } else if (general) {
       levels.general = *severity;
     } else {
-      levels.byCategory[part.substr(0, equals)] = *severity;
+      levels.byCategory[category] = *severity;
     }
   }
   return levels;
+}
+
+Severity Lowest(const Levels& levels) {
+  Severity lowest = levels.general;
+  for (const auto& [category, level] : levels.byCategory) {
+    lowest = std::min(lowest, level);
+  }
+  return lowest;
 }
 
 /// The process's one logger: levels, an optional sink of the client's, and spdlog to standard error.
 class Logger {
 public:
   static Logger& Instance() {
-    static Logger logger;
-    return logger;
+    // Never deleted, so that messages written while the process exits still come out.
+    static auto* const logger = new Logger;
+    return *logger;
   }
 
   bool IsEnabled(Severity severity, const std::string& category) {
+    // Most messages are below every level; for them neither the lock nor the look-up is needed.
+    if (severity < lowest_.load(std::memory_order_relaxed)) { return false; }
     const std::lock_guard<std::mutex> lock(mutex_);
     const auto found = levels_.byCategory.find(category);
     return severity >= (found == levels_.byCategory.end() ? levels_.general : found->second);
@@ -74,6 +100,7 @@ public:
     {
       const std::lock_guard<std::mutex> lock(mutex_);
       levels_ = ParseLevels(text, unreadable);
+      lowest_ = Lowest(levels_);
     }
     for (const auto& part : unreadable) {
       Write(Severity::Warning, "MessageLogger",
@@ -82,8 +109,9 @@ public:
   }
 
   void SetSink(Sink sink) {
+    // The old sink dies after the lock is gone: what it holds may log.
     const std::lock_guard<std::mutex> lock(mutex_);
-    sink_ = std::move(sink);
+    sink_.swap(sink);
   }
 
   void Write(Severity severity, const std::string& category, const std::string& text) {
@@ -109,6 +137,7 @@ private:
 
   std::mutex mutex_;
   Levels levels_;
+  std::atomic<Severity> lowest_{kDefaultLevel};
   Sink sink_;
   spdlog::logger standardError_;
 };

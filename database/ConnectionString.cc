@@ -1,0 +1,66 @@
+#include "database/ConnectionString.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstdlib>
+
+#include "framework/MessageLogger.h"
+
+namespace brio::dbi {
+namespace {
+
+constexpr const char* kDefaultTemplate = "service=brio-{detector}";
+
+const char* DatabaseName(DatabaseKind kind) {
+  switch (kind) {
+    case DatabaseKind::Runs: return "runs";
+    case DatabaseKind::Hardware: return "hardware";
+    case DatabaseKind::DAQConfiguration: return "daqconfig";
+    case DatabaseKind::SlowControl: break;
+  }
+  return "slowcontrol";
+}
+
+bool IsNameCharacter(unsigned char character) {
+  return std::isalnum(character) != 0 || character == '_' || character == '-';
+}
+
+std::string LowerCase(std::string text) {
+  std::transform(text.begin(), text.end(), text.begin(),
+                 [](unsigned char character) { return static_cast<char>(std::tolower(character)); });
+  return text;
+}
+
+}  // namespace
+
+std::string ExpandTemplate(const std::string& connectionTemplate, const std::string& detector,
+                           DatabaseKind kind) {
+  static const std::string kDetector = "{detector}";
+  static const std::string kDatabase = "{database}";
+  std::string expanded;
+  for (std::size_t at = 0; at < connectionTemplate.size();) {
+    if (connectionTemplate.compare(at, kDetector.size(), kDetector) == 0) {
+      expanded += LowerCase(detector);
+      at += kDetector.size();
+    } else if (connectionTemplate.compare(at, kDatabase.size(), kDatabase) == 0) {
+      expanded += DatabaseName(kind);
+      at += kDatabase.size();
+    } else {
+      expanded += connectionTemplate[at++];
+    }
+  }
+  return expanded;
+}
+
+std::optional<std::string> ExpandConnectionString(const std::string& detector, DatabaseKind kind) {
+  if (detector.empty() || !std::all_of(detector.begin(), detector.end(), IsNameCharacter)) {
+    LogError("BrioDatabase") << "cannot choose a database for the detector name \"" << detector
+                             << "\": a name of letters, digits, \"_\" and \"-\" is needed";
+    return std::nullopt;
+  }
+  const char* connectionTemplate = std::getenv(kDatabaseVariable);
+  const bool isSet = connectionTemplate != nullptr && *connectionTemplate != '\0';
+  return ExpandTemplate(isSet ? connectionTemplate : kDefaultTemplate, detector, kind);
+}
+
+}  // namespace brio::dbi

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+namespace brio::dbi {
+
+class Session;
+
+/// The sessions that the calling thread's load shares, by expanded connection string.
+namespace loadscope {
+
+/// True while the thread has a load scope.
+bool IsActive();
+/// The session that the load already uses, if it is still usable; else null.
+std::shared_ptr<Session> Find(const std::string& connectionString);
+/// Makes a new session the load's own: from now on it is shared, and closed when the load ends.
+void Share(const std::string& connectionString, const std::shared_ptr<Session>& session);
+
+}  // namespace loadscope
+}  // namespace brio::dbi

@@ -1,0 +1,183 @@
+#include "database/PostgreSQLSession.h"
+
+#include <charconv>
+#include <cstdlib>
+#include <cstring>
+#include <utility>
+
+#include "database/Counters.h"
+#include "database/StepObserver.h"
+#include "database/Wait.h"
+#include "framework/MessageLogger.h"
+
+namespace brio::dbi {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::chrono::seconds kDefaultTimeout{300};
+constexpr std::chrono::seconds kForEver = std::chrono::seconds::max();
+// Longer limits than the server can be told of (its unit is a millisecond in 32 bits) count as no limit.
+constexpr long kLongestTimeout = 2'000'000;
+
+std::chrono::seconds QueryTimeout() {
+  const char* setting = std::getenv("BRIO_QUERY_TIMEOUT");
+  if (setting == nullptr || *setting == '\0') { return kDefaultTimeout; }
+  long seconds = 0;
+  const char* end = setting + std::strlen(setting);
+  const auto [stop, error] = std::from_chars(setting, end, seconds);
+  if (error != std::errc() || stop != end || seconds < 0) {
+    LogWarning("BrioDatabase") << "BRIO_QUERY_TIMEOUT is \"" << setting << "\", not a number of seconds; using "
+                               << kDefaultTimeout.count();
+    return kDefaultTimeout;
+  }
+  return seconds == 0 || seconds > kLongestTimeout ? kForEver : std::chrono::seconds(seconds);
+}
+
+bool IsGood(const PGresult* result) {
+  const auto status = PQresultStatus(result);
+  return status == PGRES_TUPLES_OK || status == PGRES_COMMAND_OK || status == PGRES_EMPTY_QUERY;
+}
+
+bool IsCopy(const PGresult* result) {
+  const auto status = PQresultStatus(result);
+  return status == PGRES_COPY_IN || status == PGRES_COPY_OUT || status == PGRES_COPY_BOTH;
+}
+
+std::string Trimmed(std::string text) {
+  while (!text.empty() && text.back() == '\n') {
+    text.pop_back();
+  }
+  return text;
+}
+
+}  // namespace
+
+PostgreSQLSession::PostgreSQLSession(ConnectionHandle connection)
+    : connection_(std::move(connection)), timeout_(QueryTimeout()) {}
+
+PostgreSQLSession::~PostgreSQLSession() { Close(); }
+
+bool PostgreSQLSession::IsUsable() const {
+  return connection_ && PQstatus(connection_.get()) == CONNECTION_OK;
+}
+
+ResultHandle PostgreSQLSession::Execute(const Statement& statement) {
+  if (!connection_) { return nullptr; }
+  if (readsOneState_ && !inTransaction_ && !Begin()) { return Lost("the transaction could not be begun"); }
+  NotifyStep(DatabaseStep::Statement, statement.text);
+  ++Counters::Instance().statementsSent;
+
+  std::vector<const char*> values;
+  values.reserve(statement.parameters.size());
+  for (const auto& parameter : statement.parameters) {
+    values.push_back(parameter.c_str());
+  }
+  const int sent = PQsendQueryParams(connection_.get(), statement.text.c_str(), static_cast<int>(values.size()),
+                                     nullptr, values.data(), nullptr, nullptr, statement.binary ? 1 : 0);
+  if (sent == 0) {
+    const std::string reason = Trimmed(PQerrorMessage(connection_.get()));
+    if (!IsUsable()) { return Lost(reason); }
+    LogError("BrioDatabase") << "statement could not be sent: " << reason;
+    return nullptr;
+  }
+  ResultHandle result = CollectResult();
+  if (!IsGood(result.get())) {
+    ReportError(result.get(), statement.text);
+    if (!IsUsable() || IsCopy(result.get())) {
+      connection_.reset();
+    } else if (inTransaction_) {
+      inTransaction_ = false;
+      RunOwn("ROLLBACK");
+    }
+  }
+  return result;
+}
+
+void PostgreSQLSession::Close() noexcept {
+  try {
+    if (inTransaction_ && IsUsable()) {
+      NotifyStep(DatabaseStep::Commit, "COMMIT");
+      RunOwn("COMMIT");
+    }
+  } catch (...) {  // NOLINT(bugprone-empty-catch): nothing was written, so nothing is lost
+  }
+  inTransaction_ = false;
+  connection_.reset();
+}
+
+bool PostgreSQLSession::Begin() {
+  std::string begin =
+      "BEGIN ISOLATION LEVEL REPEATABLE READ, READ ONLY;"
+      "SET LOCAL TimeZone TO 'UTC';"
+      "SET LOCAL DateStyle TO 'ISO'";
+  if (timeout_ != kForEver) {
+    begin += ";SET LOCAL statement_timeout TO " + std::to_string(timeout_.count() * 1000);
+  }
+  NotifyStep(DatabaseStep::Begin, begin);
+  inTransaction_ = RunOwn(begin);
+  if (inTransaction_) { ++Counters::Instance().transactionsBegun; }
+  return inTransaction_;
+}
+
+/// A constant text of our own, answered without rows.
+bool PostgreSQLSession::RunOwn(const std::string& text) {
+  if (!IsUsable()) { return false; }
+  if (PQsendQuery(connection_.get(), text.c_str()) == 0) {
+    Lost(Trimmed(PQerrorMessage(connection_.get())));
+    return false;
+  }
+  const ResultHandle result = CollectResult();
+  if (IsGood(result.get())) { return true; }
+  ReportError(result.get(), text);
+  return false;
+}
+
+/// The first result that is not good, else the last; reads until the connection is ready for the next statement.
+ResultHandle PostgreSQLSession::CollectResult() {
+  ResultHandle collected;
+  for (;;) {
+    if (!WaitForData()) {
+      return Lost("no answer for " + std::to_string(timeout_.count()) + " s; the connection is closed");
+    }
+    ResultHandle next(PQgetResult(connection_.get()));
+    if (!next) { break; }
+    if (!collected || IsGood(collected.get())) { collected = std::move(next); }
+    if (IsCopy(collected.get())) { break; }
+  }
+  return collected ? std::move(collected) : Lost("the server gave no answer");
+}
+
+/// False when the server has sent nothing for the time allowed.
+bool PostgreSQLSession::WaitForData() {
+  while (PQisBusy(connection_.get()) != 0) {
+    const bool readable = WaitForSocket(PQsocket(connection_.get()), WaitFor::Read,
+                                        RemainingOf(timeout_, Clock::now()));
+    if (!readable) { return false; }
+    if (PQconsumeInput(connection_.get()) == 0) { return true; }  // PQgetResult tells what happened
+  }
+  return true;
+}
+
+/// Closes the connection and makes the result that says so.
+ResultHandle PostgreSQLSession::Lost(const std::string& reason) {
+  LogError("BrioDatabase") << "connection to the database lost: " << reason;
+  inTransaction_ = false;
+  connection_.reset();
+  return ResultHandle(PQmakeEmptyPGresult(nullptr, PGRES_FATAL_ERROR));
+}
+
+void PostgreSQLSession::ReportError(const PGresult* result, const std::string& statement) const {
+  if (IsCopy(result)) {
+    LogError("BrioDatabase") << "a COPY statement cannot be run here: " << statement;
+    return;
+  }
+  const char* text = PQresultErrorMessage(result);
+  if (*text == '\0') { return; }  // reported where the connection was found lost
+  const char* code = PQresultErrorField(result, PG_DIAG_SQLSTATE);
+  const char* database = connection_ ? PQdb(connection_.get()) : nullptr;
+  LogError("BrioDatabase") << "database \"" << (database != nullptr ? database : "") << "\": " << Trimmed(text)
+                           << (code != nullptr ? std::string(" [SQLSTATE ") + code + "]" : std::string());
+}
+
+}  // namespace brio::dbi

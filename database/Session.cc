@@ -1,0 +1,29 @@
+#include "database/Session.h"
+
+#include "database/Connect.h"
+#include "database/ConnectionString.h"
+#include "database/LoadScopeSessions.h"
+#include "database/PostgreSQLSession.h"
+
+namespace brio::dbi {
+namespace {
+
+/// The one place that knows what kinds of source there are.
+std::shared_ptr<Session> OpenSession(const std::string& connectionString, int retries) {
+  ConnectionHandle connection = Connect(connectionString, retries);
+  return connection ? std::make_shared<PostgreSQLSession>(std::move(connection)) : nullptr;
+}
+
+}  // namespace
+
+std::shared_ptr<Session> AcquireSession(const std::string& detector, DatabaseKind kind, int retries) {
+  const auto connectionString = ExpandConnectionString(detector, kind);
+  if (!connectionString) { return nullptr; }
+  if (!loadscope::IsActive()) { return OpenSession(*connectionString, retries); }
+  if (auto shared = loadscope::Find(*connectionString)) { return shared; }
+  auto session = OpenSession(*connectionString, retries);
+  if (session) { loadscope::Share(*connectionString, session); }
+  return session;
+}
+
+}  // namespace brio::dbi

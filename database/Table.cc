@@ -1,0 +1,204 @@
+#include "database/Table.h"
+
+#include <algorithm>
+#include <chrono>
+
+#include "database/Session.h"
+#include "database/TableDefinition.h"
+#include "framework/MessageLogger.h"
+
+namespace brio::dbi {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+std::string Quoted(const std::string& identifier) {
+  std::string quoted = "\"";
+  for (const char character : identifier) {
+    if (character == '"') { quoted += '"'; }
+    quoted += character;
+  }
+  return quoted + '"';
+}
+
+double MillisecondsSince(Clock::time_point start) {
+  return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+}
+
+bool Contains(const std::vector<std::string>& list, const std::string& text) {
+  return std::find(list.begin(), list.end(), text) != list.end();
+}
+
+}  // namespace
+
+Table::Table() : result_(nullptr, &PQclear) {}
+
+Table::Table(const char* definitionFile) : Table() {
+  TableDefinition definition = ReadTableDefinition(definitionFile);
+  columns_ = std::move(definition.columns);
+  definitionFile_ = std::move(definition.file);
+  schema_ = std::move(definition.schema);
+  name_ = std::move(definition.name);
+}
+
+Table::~Table() = default;
+
+bool Table::AddOrderColumn(std::string name) {
+  order_.push_back(std::move(name));
+  return true;
+}
+
+bool Table::SetValidityText(const std::string& column, const std::string& lower, const std::string& upper) {
+  const ColumnDef* definition = GetCol(column);
+  if (definition == nullptr || (definition->Type() == "bool" && lower != upper)) {
+    unsetRanges_.push_back(column);
+    return false;
+  }
+  unsetRanges_.erase(std::remove(unsetRanges_.begin(), unsetRanges_.end(), column), unsetRanges_.end());
+  const auto found = std::find_if(validityLower_.begin(), validityLower_.end(),
+                                  [&](const ColumnDef& bound) { return bound.Name() == column; });
+  const auto index = static_cast<std::size_t>(found - validityLower_.begin());
+  if (found == validityLower_.end()) {
+    validityLower_.push_back(*definition);
+    validityUpper_.push_back(*definition);
+  }
+  validityLower_[index].SetValue(lower);
+  validityUpper_[index].SetValue(upper);
+  hasValidityRange_ = true;
+  return true;
+}
+
+int Table::GetColIndex(const std::string& name) const {
+  const auto found = std::find_if(columns_.begin(), columns_.end(),
+                                  [&](const ColumnDef& column) { return column.Name() == name; });
+  if (found == columns_.end()) {
+    LogError("BrioDatabase") << definitionFile_ << ": the table \"" << name_ << "\" has no column \"" << name
+                             << "\"";
+    return -1;
+  }
+  return static_cast<int>(found - columns_.begin());
+}
+
+std::map<std::string, int> Table::GetColNameToIndexMap() const {
+  std::map<std::string, int> indexes;
+  for (std::size_t i = 0; i < columns_.size(); ++i) {
+    indexes[columns_[i].Name()] = static_cast<int>(i);
+  }
+  return indexes;
+}
+
+ColumnDef* Table::GetCol(const std::string& name) {
+  const auto found = std::find_if(columns_.begin(), columns_.end(),
+                                  [&](const ColumnDef& column) { return column.Name() == name; });
+  return found == columns_.end() ? nullptr : &*found;
+}
+
+const Row* Table::GetRow(int index) const {
+  return index >= 0 && index < NRow() ? &rows_[static_cast<std::size_t>(index)] : nullptr;
+}
+
+void Table::ForgetRows() {
+  rows_.clear();
+  cells_.clear();
+  result_.reset();
+}
+
+std::string Table::QuotedName() const {
+  const std::string& schema = subSchema_.empty() ? schema_ : subSchema_;
+  return (schema.empty() ? std::string() : Quoted(schema) + ".") + Quoted(name_);
+}
+
+std::string Table::SelectStatement(std::vector<std::string>& parameters) const {
+  std::string select = "SELECT ";
+  bool first = true;
+  for (const auto& column : columns_) {
+    if (Contains(excluded_, column.Name())) { continue; }
+    select += (first ? "" : ", ") + Quoted(column.Name());
+    first = false;
+  }
+  select += " FROM " + QuotedName();
+  const auto parameter = [&](const ColumnDef& bound) {
+    parameters.push_back(bound.Value());
+    return "$" + std::to_string(parameters.size());
+  };
+  for (std::size_t i = 0; i < validityLower_.size(); ++i) {
+    const std::string column = Quoted(validityLower_[i].Name());
+    select += (i == 0 ? " WHERE " : " AND ") + column;
+    if (validityLower_[i].Value() == validityUpper_[i].Value()) {
+      select += " = " + parameter(validityLower_[i]);
+    } else {
+      select += " >= " + parameter(validityLower_[i]);
+      select += " AND " + column + " <= " + parameter(validityUpper_[i]);
+    }
+  }
+  for (std::size_t i = 0; i < order_.size(); ++i) {
+    select += (i == 0 ? " ORDER BY " : ", ") + Quoted(order_[i]) + (orderDescending_ ? " DESC NULLS LAST" : "");
+  }
+  return select;
+}
+
+bool Table::Load() {
+  ForgetRows();
+  if (columns_.empty()) {
+    LogError("BrioDatabase") << "a table without a definition cannot be loaded";
+    return false;
+  }
+  if (!unsetRanges_.empty()) {
+    LogError("BrioDatabase") << definitionFile_ << ": the table \"" << name_
+                             << "\" cannot be restricted by a column \"" << unsetRanges_.front() << "\"";
+    return false;
+  }
+  if (!GetConnection(0)) { return false; }
+  Statement statement;
+  statement.text = SelectStatement(statement.parameters);
+  const auto start = Clock::now();
+  ResultHandle result = session_->Execute(statement);
+  if (timeQueries_) {
+    LogInfo("BrioDatabase") << "query took " << MillisecondsSince(start) << " ms: " << statement.text;
+  }
+  if (PQresultStatus(result.get()) != PGRES_TUPLES_OK) { return false; }
+  return MakeRows(result.release());
+}
+
+bool Table::MakeRows(PGresult* result) {
+  const auto start = Clock::now();
+  result_.reset(result);
+  const auto nRows = static_cast<std::size_t>(PQntuples(result));
+  cells_.resize(nRows * columns_.size());
+  rows_.reserve(nRows);
+  for (std::size_t row = 0; row < nRows; ++row) {
+    Column* cells = &cells_[row * columns_.size()];
+    int field = 0;
+    for (std::size_t column = 0; column < columns_.size(); ++column) {
+      if (Contains(excluded_, columns_[column].Name())) { continue; }
+      const int index = static_cast<int>(row);
+      if (PQgetisnull(result, index, field) == 0) { cells[column] = Column(PQgetvalue(result, index, field)); }
+      ++field;
+    }
+    rows_.emplace_back(cells, columns_.size());
+  }
+  if (timeParsing_) {
+    LogInfo("BrioDatabase") << "parsing " << nRows << " rows of " << QuotedName() << " took "
+                            << MillisecondsSince(start) << " ms";
+  }
+  return true;
+}
+
+bool Table::GetConnection(int retries) {
+  if (session_ && session_->IsUsable()) { return true; }
+  session_ = AcquireSession(detector_, type_ == kHardware ? DatabaseKind::Hardware : DatabaseKind::Runs, retries);
+  return session_ != nullptr;
+}
+
+bool Table::ExecuteSQL(std::string statement, PGresult*& result) {
+  result = nullptr;
+  if (!session_) { return false; }
+  const auto start = Clock::now();
+  result = session_->Execute({std::move(statement), {}, false}).release();
+  if (timeQueries_) { LogInfo("BrioDatabase") << "query took " << MillisecondsSince(start) << " ms"; }
+  return result != nullptr;
+}
+
+void Table::CloseConnection() { session_.reset(); }
+
+}  // namespace brio::dbi

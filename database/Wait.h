@@ -1,0 +1,18 @@
+#pragma once
+
+#include <chrono>
+
+namespace brio::dbi {
+
+enum class WaitFor { Read, Write, ReadOrWrite };
+
+/// Waits until a socket can be read or written, or has failed.
+/// \param limit  how long at most; std::chrono::milliseconds::max() for ever
+/// \return false when the time is up.
+bool WaitForSocket(int socket, WaitFor what, std::chrono::milliseconds limit);
+
+/// What is left of a time limit that began at some moment; never negative. A limit of
+/// std::chrono::seconds::max() stays for ever.
+std::chrono::milliseconds RemainingOf(std::chrono::seconds limit, std::chrono::steady_clock::time_point since);
+
+}  // namespace brio::dbi

@@ -1,0 +1,38 @@
+-- Indexes and statistics that pay for themselves; docs/operators.md says what each is good for. All that the
+-- library needs is the tables.
+
+-- The gains statement reads this index alone, in its own order (after a VACUUM). apd_id is included because
+-- the planner takes an expression from an index only when the index also has the expression's column.
+CREATE INDEX apd_pixel_m_gain ON public.apd_pixel_m
+  (right(apd_id, 7), batch_no DESC, target_degc, pixel_col, pixel_row) INCLUDE (apd_id, pixel_m)
+  WHERE target_degc < 0;
+
+-- Installed APDs.
+CREATE INDEX apd_stats_serial ON public.apd_stats (right(apd_id, 7), target_degc) INCLUDE (apd_id, batch_no, vr);
+
+-- Cabling. The planner takes the three numbers of a place for independent of each other unless statistics on
+-- both sides of the join tell it better; with the index but without them the join gets slower.
+CREATE INDEX feb_comm_cables_place ON public.feb_comm_cables (
+  (CAST(btrim(location2, 'BLK:') AS integer)),
+  (CAST(btrim(position2, 'PLN:') AS integer)),
+  (CAST(btrim(port2, 'POS:') AS integer)));
+CREATE INDEX module_place ON millpondprod_factory.module (block, layer, position_in_layer)
+  INCLUDE (barcoded_item_id);
+CREATE STATISTICS public.feb_comm_cables_place_statistics ON
+  (CAST(btrim(location2, 'BLK:') AS integer)),
+  (CAST(btrim(position2, 'PLN:') AS integer)),
+  (CAST(btrim(port2, 'POS:') AS integer))
+  FROM public.feb_comm_cables;
+CREATE STATISTICS millpondprod_factory.module_place_statistics ON block, layer, position_in_layer
+  FROM millpondprod_factory.module;
+
+-- Near-detector hardware.
+CREATE INDEX hardware_position_place ON public.hardware_position (detector, hw_type, dcm_name, dcm_port)
+  INCLUDE (block, plane, module_position, install_date, remove_date);
+
+-- Run tables: each is asked for one run, in the order of the second column.
+CREATE INDEX runs_run ON daq.runs (run);
+CREATE INDEX daqresourcesbyrun_run ON daq.daqresourcesbyrun (run, appname);
+CREATE INDEX gooddiblocksvsrun_run ON dataquality.gooddiblocksvsrun (run, inserttime DESC NULLS LAST);
+CREATE INDEX dqsubruninfo_run ON dataquality.dqsubruninfo (run, version DESC NULLS LAST);
+CREATE INDEX potbyrun_run ON beam.potbyrun (run);
