@@ -23,7 +23,8 @@ namespace server {
 std::string SocketFolder() {
   const char* folder = std::getenv("BRIO_TEST_SERVER_DIR");
   if (folder == nullptr) {
-    std::cerr << "BRIO_TEST_SERVER_DIR is not set: server tests run through ctest, which starts a private server\n";
+    std::cerr
+        << "BRIO_TEST_SERVER_DIR is not set: server tests run through ctest, which starts a private server\n";
     std::exit(1);
   }
   return std::string(folder) + "/socket";
