@@ -13,7 +13,7 @@ namespace brio::dbi {
 /// smuggle in a second one. A server that sends nothing for BRIO_QUERY_TIMEOUT seconds (300 unless set, 0 for
 /// no limit) counts as lost. After ReadOneState the first statement, and the first after one that failed,
 /// begins a transaction in which everything that a pooler could leak is set for that transaction only.
-class PostgreSQLSession : public Session {
+class PostgreSQLSession final : public Session {
 public:
   explicit PostgreSQLSession(ConnectionHandle connection);
   ~PostgreSQLSession() override;

@@ -7,6 +7,7 @@
 #include <iostream>
 #include <memory>
 #include <stdexcept>
+#include <utility>
 
 namespace brio::test {
 namespace {
@@ -67,8 +68,8 @@ int OpenConnections() {
 
 }  // namespace server
 
-ScratchDatabases::ScratchDatabases(const std::string& source, const std::vector<std::string>& detectors)
-    : detectors_(detectors) {
+ScratchDatabases::ScratchDatabases(const std::string& source, std::vector<std::string> detectors)
+    : detectors_(std::move(detectors)) {
   static std::atomic<int> count{0};
   prefix_ = "scratch_" + std::to_string(getpid()) + "_" + std::to_string(++count);
   for (const auto& detector : detectors_) {
