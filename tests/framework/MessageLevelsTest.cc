@@ -103,7 +103,8 @@ protected:
 
   /// Ends the process; the levels found go to standard error.
   [[noreturn]] static void ReportLevels() {
-    std::cerr << "levels: " << Level("RunHistory") << " " << Level("APDInfo") << '\n';
+    const std::string levels = Level("RunHistory") + " " + Level("APDInfo");
+    std::cerr << "levels: " << levels << '\n';
     std::_Exit(0);
   }
 };
