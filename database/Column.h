@@ -8,7 +8,8 @@
 namespace brio::dbi {
 
 /// One value of a loaded row: the database's text form of it, or nothing where the value was NULL or the
-/// column was not fetched. A view into its table's result: valid until the table is loaded again or destroyed.
+/// column was not fetched. A view into its table's result: valid until the table is loaded again or
+/// destroyed.
 class Column {
 public:
   Column() = default;

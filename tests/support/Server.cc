@@ -7,6 +7,7 @@
 #include <iostream>
 #include <memory>
 #include <stdexcept>
+#include <utility>
 
 namespace brio::test {
 namespace {
@@ -23,7 +24,8 @@ namespace server {
 std::string SocketFolder() {
   const char* folder = std::getenv("BRIO_TEST_SERVER_DIR");
   if (folder == nullptr) {
-    std::cerr << "BRIO_TEST_SERVER_DIR is not set: server tests run through ctest, which starts a private server\n";
+    std::cerr
+        << "BRIO_TEST_SERVER_DIR is not set: server tests run through ctest, which starts a private server\n";
     std::exit(1);
   }
   return std::string(folder) + "/socket";
@@ -66,8 +68,8 @@ int OpenConnections() {
 
 }  // namespace server
 
-ScratchDatabases::ScratchDatabases(const std::string& source, const std::vector<std::string>& detectors)
-    : detectors_(detectors) {
+ScratchDatabases::ScratchDatabases(const std::string& source, std::vector<std::string> detectors)
+    : detectors_(std::move(detectors)) {
   static std::atomic<int> count{0};
   prefix_ = "scratch_" + std::to_string(getpid()) + "_" + std::to_string(++count);
   for (const auto& detector : detectors_) {

@@ -32,7 +32,7 @@ int OpenConnections();
 class ScratchDatabases {
 public:
   explicit ScratchDatabases(const std::string& source = "empty",
-                            const std::vector<std::string>& detectors = {"birch"});
+                            std::vector<std::string> detectors = {"birch"});
   ~ScratchDatabases();
   ScratchDatabases(const ScratchDatabases&) = delete;
   ScratchDatabases& operator=(const ScratchDatabases&) = delete;
