@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <array>
 #include <iostream>
 #include <sstream>
@@ -30,10 +31,8 @@ struct InstalledModule {
 constexpr std::array<std::array<int, 3>, 3> kNeverMarked{{{4, 7, 15}, {5, 7, 59}, {14, 6, 42}}};
 
 bool IsNeverMarked(const InstalledModule& module) {
-  for (const auto& [diblock, dcm, port] : kNeverMarked) {
-    if (module.diblock == diblock && module.dcm == dcm && module.port == port) { return true; }
-  }
-  return false;
+  const std::array place{module.diblock, module.dcm, module.port};
+  return std::find(kNeverMarked.begin(), kNeverMarked.end(), place) != kNeverMarked.end();
 }
 
 std::string Described(const InstalledModule& module) {

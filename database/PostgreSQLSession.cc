@@ -64,7 +64,7 @@ bool PostgreSQLSession::IsUsable() const {
 
 ResultHandle PostgreSQLSession::Execute(const Statement& statement) {
   if (!connection_) { return nullptr; }
-  if (readsOneState_ && !inTransaction_ && !Begin()) { return Lost("the transaction could not be begun"); }
+  if (readsOneState_ && !inTransaction_ && !Begin()) { return Lost({}); }
   NotifyStep(DatabaseStep::Statement, statement.text);
   ++Counters::Instance().statementsSent;
 
@@ -161,9 +161,9 @@ bool PostgreSQLSession::WaitForData() {
   return true;
 }
 
-/// Closes the connection and makes the result that says so.
+/// Closes the connection and makes the result that says so; the reason is empty when it was logged before.
 ResultHandle PostgreSQLSession::Lost(const std::string& reason) {
-  LogError("BrioDatabase") << "connection to the database lost: " << reason;
+  if (!reason.empty()) { LogError("BrioDatabase") << "connection to the database lost: " << reason; }
   inTransaction_ = false;
   connection_.reset();
   return ResultHandle(PQmakeEmptyPGresult(nullptr, PGRES_FATAL_ERROR));

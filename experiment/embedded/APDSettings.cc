@@ -28,9 +28,9 @@ bool Give(const std::optional<Value>& value, Out& out) {
 class APDSettings::Data {
 public:
   Data(long long configId, const std::vector<std::string>& names)
-      : dcms(names), settings(dcms.Index().Size() * FoundDCMs::kPorts) {
-    valid = names.empty() || Read(configId, names);
-  }
+      : dcms(names),
+        settings(dcms.Index().Size() * FoundDCMs::kPorts),
+        valid(names.empty() || Read(configId, names)) {}
 
   const Setting* Find(const std::string& dcmName, int port) const {
     const auto place = dcms.FindPort(dcmName, port);
@@ -39,7 +39,7 @@ public:
 
   FoundDCMs dcms;
   std::vector<Setting> settings;
-  bool valid = false;
+  bool valid;
 
 private:
   bool Read(long long configId, const std::vector<std::string>& names) {

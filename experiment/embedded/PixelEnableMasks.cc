@@ -21,14 +21,15 @@ constexpr const char* kStatement =
 class PixelEnableMasks::Data {
 public:
   Data(long long configId, const std::vector<std::string>& names)
-      : dcms(names), febMasks(dcms.Index().Size()), pixelMasks(dcms.Index().Size() * FoundDCMs::kPorts) {
-    valid = names.empty() || Read(configId, names);
-  }
+      : dcms(names),
+        febMasks(dcms.Index().Size()),
+        pixelMasks(dcms.Index().Size() * FoundDCMs::kPorts),
+        valid(names.empty() || Read(configId, names)) {}
 
   FoundDCMs dcms;
   std::vector<std::uint64_t> febMasks;
   std::vector<std::uint32_t> pixelMasks;
-  bool valid = false;
+  bool valid;
 
 private:
   bool Read(long long configId, const std::vector<std::string>& names) {

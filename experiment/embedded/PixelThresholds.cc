@@ -20,13 +20,13 @@ constexpr const char* kStatement =
 class PixelThresholds::Data {
 public:
   Data(long long configId, const std::vector<std::string>& names)
-      : dcms(names), thresholds(dcms.Index().Size() * kThresholdsPerDCM) {
-    valid = names.empty() || Read(configId, names);
-  }
+      : dcms(names),
+        thresholds(dcms.Index().Size() * kThresholdsPerDCM),
+        valid(names.empty() || Read(configId, names)) {}
 
   FoundDCMs dcms;
   std::vector<short> thresholds;
-  bool valid = false;
+  bool valid;
 
 private:
   bool Read(long long configId, const std::vector<std::string>& names) {
