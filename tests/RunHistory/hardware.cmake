@@ -1,0 +1,4 @@
+# Installed hardware: records, pulls, the location map, and questions about channels.
+brio_unit_test(RunHistory.hardware.unit
+  SOURCES HardwareDateTest.cc HardwareRecordsTest.cc NumberTextTest.cc PixelGainsTest.cc
+  LIBS brio::RunHistory brio_test_support)
