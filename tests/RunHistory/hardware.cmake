@@ -2,3 +2,7 @@
 brio_unit_test(RunHistory.hardware.unit
   SOURCES HardwareDateTest.cc HardwareRecordsTest.cc NumberTextTest.cc PixelGainsTest.cc
   LIBS brio::RunHistory brio_test_support)
+
+brio_server_test(RunHistory.hardware
+  SOURCES APDPullTest.cc FEBPullTest.cc HardwareStatementsTest.cc
+  LIBS brio::RunHistory)
