@@ -4,5 +4,5 @@ brio_unit_test(RunHistory.hardware.unit
   LIBS brio::RunHistory brio_test_support)
 
 brio_server_test(RunHistory.hardware
-  SOURCES APDPullTest.cc FEBPullTest.cc HardwareStatementsTest.cc
+  SOURCES APDPullTest.cc FEBPullTest.cc HardwareLoadingTest.cc HardwareStatementsTest.cc NearHardwareTest.cc
   LIBS brio::RunHistory)
