@@ -4,5 +4,6 @@ brio_unit_test(RunHistory.hardware.unit
   LIBS brio::RunHistory brio_test_support)
 
 brio_server_test(RunHistory.hardware
-  SOURCES APDPullTest.cc FEBPullTest.cc HardwareLoadingTest.cc HardwareStatementsTest.cc NearHardwareTest.cc
+  SOURCES APDPullTest.cc FEBPullTest.cc HardwareLoadingTest.cc HardwareMappingTest.cc HardwareStatementsTest.cc
+          LoadingFailuresTest.cc NearHardwareTest.cc
   LIBS brio::RunHistory)
