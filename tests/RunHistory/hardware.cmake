@@ -4,6 +4,6 @@ brio_unit_test(RunHistory.hardware.unit
   LIBS brio::RunHistory brio_test_support)
 
 brio_server_test(RunHistory.hardware
-  SOURCES APDPullTest.cc FEBPullTest.cc HardwareLoadingTest.cc HardwareMappingTest.cc HardwareStatementsTest.cc
-          LoadingFailuresTest.cc NearHardwareTest.cc
-  LIBS brio::RunHistory)
+  SOURCES APDPullTest.cc ChannelQuestionsTest.cc FEBPullTest.cc HardwareLoadingTest.cc HardwareMappingTest.cc
+          HardwareStatementsTest.cc LoadingByQuestionsTest.cc LoadingFailuresTest.cc NearHardwareTest.cc
+  LIBS brio::RunHistory ${CMAKE_DL_LIBS})
