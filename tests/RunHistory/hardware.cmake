@@ -7,3 +7,13 @@ brio_server_test(RunHistory.hardware
   SOURCES APDPullTest.cc ChannelQuestionsTest.cc FEBPullTest.cc HardwareLoadingTest.cc HardwareMappingTest.cc
           HardwareStatementsTest.cc LoadingByQuestionsTest.cc LoadingFailuresTest.cc NearHardwareTest.cc
   LIBS brio::RunHistory ${CMAKE_DL_LIBS})
+
+# Replaces operator new, so it stands alone.
+brio_server_test(RunHistory.hardware.allocations
+  SOURCES HardwareAllocationsTest.cc
+  LIBS brio::RunHistory)
+
+brio_server_test(RunHistory.hardware.full
+  SOURCES HardwareMapFullTest.cc
+  LIBS brio::RunHistory
+  FULL)
