@@ -70,6 +70,10 @@ LoadedParts LoadParts(brio::dbi::RunHistory& history, Depth depth) {
   return parts;
 }
 
+bool IsHardwareRecorded(briodaq::cnv::DetId detector) {
+  return detector == briodaq::cnv::Alder || detector == briodaq::cnv::Birch;
+}
+
 std::string NameOf(const brio::dbi::RunHistory& history) {
   return "run " + std::to_string(history.GetRunNumber()) + " of " + history.GetDetectorName();
 }

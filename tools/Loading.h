@@ -43,6 +43,9 @@ struct LoadedParts {
 /// loaded are not tried, and carry the same reason.
 LoadedParts LoadParts(brio::dbi::RunHistory& history, Depth depth);
 
+/// Whether it is recorded what is installed in a detector: for the near and the far one.
+bool IsHardwareRecorded(briodaq::cnv::DetId detector);
+
 /// "run 13000 of Birch".
 std::string NameOf(const brio::dbi::RunHistory& history);
 

@@ -15,6 +15,7 @@ using brio::dbi::RunHistory;
 
 // What a run record shows whose start was never recorded.
 constexpr const char* kNoStart = "2010-01-01 00:00:00";
+constexpr const char* kNotRecorded = "not recorded";
 
 /// One screen on a run, as text and as JSON. A fact is added to both, or in its place why it is not known.
 class Screen {
@@ -26,8 +27,8 @@ public:
     object_[key] = value;
   }
   void AddUnknown(const std::string& label, const char* key, const std::string& reason) {
-    Add(label, key, nullptr, "not known: " + reason);
-    object_["not known"][key] = reason;
+    Add(label, key, nullptr, reason == kNotRecorded ? reason : "not known: " + reason);
+    object_["not_known"][key] = reason;
   }
 
 private:
@@ -42,10 +43,10 @@ void AddTimes(RunHistory& history, Screen& screen) {
   if (started) {
     screen.Add("started", "start", start, start + " UTC");
   } else {
-    screen.AddUnknown("started", "start", "not recorded");
+    screen.AddUnknown("started", "start", kNotRecorded);
   }
   if (stop.empty()) {
-    screen.AddUnknown("stopped", "stop", "not recorded");
+    screen.AddUnknown("stopped", "stop", kNotRecorded);
   } else {
     screen.Add("stopped", "stop", stop, stop + " UTC");
   }
@@ -66,7 +67,7 @@ void AddTopology(RunHistory& history, const std::string& picture, Screen& screen
   screen.Add("diblocks", "diblocks", numbers, picture + "  " + Ranges(numbers));
   screen.Add("DCMs", "dcms", live, std::to_string(live));
   const auto builders = history.GetBNEVBs().size();
-  screen.Add("event builders", "event builders", builders, std::to_string(builders));
+  screen.Add("event builders", "event_builders", builders, std::to_string(builders));
 }
 
 void AddRun(RunHistory& history, Screen& screen) {
@@ -78,22 +79,22 @@ void AddRun(RunHistory& history, Screen& screen) {
     screen.Add("type", "type", "simulated", "simulated");
   } else {
     if (history.GetRunType().empty()) {
-      screen.AddUnknown("type", "type", "not recorded");
+      screen.AddUnknown("type", "type", kNotRecorded);
     } else {
       screen.Add("type", "type", history.GetRunType(), history.GetRunType());
     }
     // These two are what a run record holds when nothing was recorded.
     if (history.GetPartition() == -1) {
-      screen.AddUnknown("partition", "partition", "not recorded");
+      screen.AddUnknown("partition", "partition", kNotRecorded);
     } else {
       number("partition", "partition", history.GetPartition());
     }
     if (history.GetConfigId() == 0) {
-      screen.AddUnknown("configuration", "configuration", "not recorded");
+      screen.AddUnknown("configuration", "configuration", kNotRecorded);
     } else {
       number("configuration", "configuration", history.GetConfigId());
     }
-    number("active channels", "active channels", history.NActiveChannels());
+    number("active channels", "active_channels", history.NActiveChannels());
   }
   number("subruns", "subruns", history.NSubruns());
   unsigned int mask = 0;
@@ -104,22 +105,25 @@ void AddRun(RunHistory& history, Screen& screen) {
 }
 
 void AddBoards(const RunHistory& history, const LoadedParts& parts, Screen& screen) {
-  if (parts.hardware.ok) {
+  const bool hasHardware = history.IsMC() || IsHardwareRecorded(history.GetDetectorId());
+  if (parts.hardware.ok && !hasHardware) {
+    screen.AddUnknown("installed", "boards_installed", "no hardware is recorded for this detector");
+  } else if (parts.hardware.ok) {
     int installed = 0;
     for (const auto& diblock : history.GetDiBlocks()) {
       installed += diblock.nInstrumentedFEBs;
     }
-    screen.Add("installed", "boards installed", installed, std::to_string(installed) + " boards");
+    screen.Add("installed", "boards_installed", installed, std::to_string(installed) + " boards");
   } else {
-    screen.AddUnknown("installed", "boards installed", parts.hardware.reason);
+    screen.AddUnknown("installed", "boards_installed", parts.hardware.reason);
   }
   if (history.IsMC()) {
-    screen.AddUnknown("enabled", "boards enabled", "a simulated run has no DAQ configuration");
+    screen.AddUnknown("enabled", "boards_enabled", "a simulated run has no DAQ configuration");
   } else if (parts.configuration.ok) {
-    screen.Add("enabled", "boards enabled", history.NEnabledFEBs(),
+    screen.Add("enabled", "boards_enabled", history.NEnabledFEBs(),
                std::to_string(history.NEnabledFEBs()) + " boards");
   } else {
-    screen.AddUnknown("enabled", "boards enabled", parts.configuration.reason);
+    screen.AddUnknown("enabled", "boards_enabled", parts.configuration.reason);
   }
 }
 
@@ -137,12 +141,12 @@ void AddQuality(const std::vector<DQSubrunInfo>& records, Screen& screen) {
     diblocks.insert(record.ngooddb);
   }
   const auto good = Ranges(std::vector<int>(diblocks.begin(), diblocks.end()));
-  screen.Add("data quality", "data quality",
+  screen.Add("data quality", "data_quality",
              {{"version", records.front().version},
               {"subruns", records.size()},
               {"flagged", flagged},
-              {"mean MIP rate", rate},
-              {"good diblocks", std::vector<int>(diblocks.begin(), diblocks.end())}},
+              {"mean_mip_rate", rate},
+              {"good_diblocks", std::vector<int>(diblocks.begin(), diblocks.end())}},
              Count(records.size(), "subrun") + ", " + std::to_string(flagged) + " flagged, " + good +
                  " good diblocks, mean MIP rate " + Fixed(rate, 2) + " (version " +
                  std::to_string(records.front().version) + ")");
@@ -152,10 +156,10 @@ void AddQuality(const std::vector<DQSubrunInfo>& records, Screen& screen) {
 bool AddExposure(RunHistory& history, Screen& screen) {
   const auto stored = LoadStoredMask(history.GetRunNumber(), history.GetDetectorName());
   if (stored.outcome.ok) {
-    screen.Add("good diblocks", "good diblock mask", stored.mask,
+    screen.Add("good diblocks", "good_diblock_mask", stored.mask,
                history.DiBlockMaskToString(stored.mask) + "  " + Ranges(DiBlocksOf(stored.mask)));
   } else {
-    screen.AddUnknown("good diblocks", "good diblock mask", stored.outcome.reason);
+    screen.AddUnknown("good diblocks", "good_diblock_mask", stored.outcome.reason);
   }
   const auto pot = Attempt([&] { return history.LoadPOT(); });
   if (pot.ok && !history.IsMC()) {
@@ -171,7 +175,7 @@ bool AddExposure(RunHistory& history, Screen& screen) {
   if (quality.IsClean() && !records.empty()) {
     AddQuality(records, screen);
   } else {
-    screen.AddUnknown("data quality", "data quality", quality.IsClean() ? "no records" : quality.reason);
+    screen.AddUnknown("data quality", "data_quality", quality.IsClean() ? "no records" : quality.reason);
   }
   return !stored.outcome.databaseComplained && !pot.databaseComplained && !quality.databaseComplained;
 }
@@ -189,7 +193,7 @@ bool AnswerShow(RunHistory& history, std::ostream& text, Json& object) {
     AddRun(history, screen);
     AddBoards(history, parts, screen);
   } else {
-    screen.AddUnknown("run", "run record", parts.run.reason);
+    screen.AddUnknown("run", "run_record", parts.run.reason);
   }
   const bool couldRead = AddExposure(history, screen);
   const Outcome& deepest = parts.UpTo(Depth::Configuration);

@@ -34,6 +34,8 @@ struct Verb {
 Action PrepareDump(CLI::App& command, const Options& options);
 /// `runhistory show`: one screen on a run.
 Action PrepareShow(CLI::App& command, const Options& options);
+/// `runhistory map QUANTITY`: a quantity over the whole detector, as text, picture or table.
+Action PrepareMap(CLI::App& command, const Options& options);
 /// `runhistory mask`: the good-diblock mask, the analysis mask and what the rule does.
 Action PrepareMask(CLI::App& command, const Options& options);
 /// `runhistory dq`: the data-quality records of the subruns.

@@ -13,6 +13,7 @@ using namespace brio::tools;
 
 constexpr Verb kVerbs[] = {
     {"show", "One screen on a run, or on each run of a range", PrepareShow},
+    {"map", "Draw a quantity over the whole detector", PrepareMap},
     {"mask", "The good-diblock mask, the analysis mask and what the rule does", PrepareMask},
     {"dq", "The data-quality records of the subruns", PrepareDQ},
     {"pot", "The protons on target", PreparePOT},
