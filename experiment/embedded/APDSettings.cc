@@ -8,8 +8,8 @@ namespace {
 
 constexpr const char* kCategory = "SlowControl";
 constexpr const char* kStatement =
-    "SELECT dcm_name, port, temperature_enabled, temperature, voltage FROM slowcontrol.apd_settings "
-    "WHERE config_id = $1 AND dcm_name = ANY($2)";
+    "SELECT dcm_name, port::smallint, temperature_enabled::boolean, temperature::double precision, "
+    "voltage::integer FROM slowcontrol.apd_settings WHERE config_id = $1 AND dcm_name = ANY($2)";
 
 struct Setting {
   std::optional<bool> temperatureEnabled;

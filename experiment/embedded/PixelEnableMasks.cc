@@ -12,7 +12,8 @@ namespace {
 constexpr const char* kCategory = "DAQConfiguration";
 constexpr int kBytesPerMask = 4;
 constexpr const char* kStatement =
-    "SELECT m.dcm_name, m.feb_enable_mask, m.pixel_enable_masks FROM daqconfig.configurations c "
+    "SELECT m.dcm_name, m.feb_enable_mask::bigint, m.pixel_enable_masks::bytea FROM daqconfig.configurations "
+    "c "
     "LEFT JOIN daqconfig.enable_masks m ON m.config_id = c.config_id AND m.dcm_name = ANY($2) "
     "WHERE c.config_id = $1";
 

@@ -11,7 +11,7 @@ constexpr const char* kCategory = "DAQConfiguration";
 constexpr std::size_t kPixels = 32;
 constexpr std::size_t kThresholdsPerDCM = FoundDCMs::kPorts * kPixels;
 constexpr const char* kStatement =
-    "SELECT t.dcm_name, t.thresholds FROM daqconfig.configurations c "
+    "SELECT t.dcm_name, t.thresholds::bytea FROM daqconfig.configurations c "
     "LEFT JOIN daqconfig.thresholds t ON t.config_id = c.config_id AND t.dcm_name = ANY($2) "
     "WHERE c.config_id = $1";
 

@@ -3,10 +3,12 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstdlib>
 #include <iostream>
 #include <memory>
 #include <stdexcept>
+#include <thread>
 #include <utility>
 
 namespace brio::test {
@@ -64,6 +66,17 @@ std::string Value(const std::string& database, const std::string& statement) {
 int OpenConnections() {
   return std::stoi(
       Value("postgres", "SELECT count(*) FROM pg_stat_activity WHERE application_name = 'brio-runhistory'"));
+}
+
+int LastingConnections(const std::string& database) {
+  const std::string statement = "SELECT count(*) FROM pg_stat_activity WHERE datname = '" + database +
+                                "' AND application_name = 'brio-runhistory'";
+  int count = std::stoi(Value("postgres", statement));
+  for (int look = 0; count > 0 && look < 100; ++look) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    count = std::stoi(Value("postgres", statement));
+  }
+  return count;
 }
 
 }  // namespace server
