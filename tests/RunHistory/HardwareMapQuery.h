@@ -15,9 +15,10 @@ inline std::string WithTime(std::string statement, const std::string& utc) {
 /// barcode, intercept, slope, item, module, connection, date; of the APD (NULL without one) serial, item,
 /// batch, temperature, vr, connection, date, 32 gains by DAQ pixel separated by blanks.
 inline std::string HardwareMapQuery(const std::string& utc) {
-  // The planner knows nothing of the sizes of the parts and would loop over one in the other.
+  // The planner knows nothing of the sizes of the parts, would loop over one in the other and compile it all.
   return WithTime(R"(
 SET enable_nestloop TO off;
+SET jit TO off;
 WITH
 -- A date as it is read: of the time of day only the last digits of hour, minute and second.
 item AS (
