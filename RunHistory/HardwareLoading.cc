@@ -3,6 +3,7 @@
 #include <iostream>
 #include <sstream>
 
+#include "RunHistory/ApplicationName.h"
 #include "RunHistory/ChannelLookup.h"
 #include "RunHistory/NumberText.h"
 #include "RunHistory/OutsideRows.h"
@@ -138,13 +139,9 @@ bool RunHistory::LoadNearHardware(Table& table) {
   OutsideRows outside("LoadHardwareInfo");
   for (int row = 0; row < PQntuples(rows.get()); ++row) {
     const auto text = [&](int column) { return PQgetvalue(rows.get(), row, column); };
-    const std::string dcmName = text(0);
-    const InstalledModule module{IntegerIn(dcmName.substr(6, 2)),
-                                 IntegerIn(dcmName.substr(9, 2)),
-                                 IntegerIn(text(1)),
-                                 IntegerIn(text(2)),
-                                 IntegerIn(text(3)),
-                                 IntegerIn(text(4))};
+    const DCMPlace place = PlaceOfDCM(text(0));
+    const InstalledModule module{place.diblock,      place.dcm,          IntegerIn(text(1)),
+                                 IntegerIn(text(2)), IntegerIn(text(3)), IntegerIn(text(4))};
     if (Mark(diBlocks, module, true, outside)) { ++nInstrumentedFEBs; }
   }
   return true;

@@ -16,6 +16,8 @@ namespace brio::dbi {
 namespace {
 
 constexpr std::uintmax_t kLargestFile = 1U << 20U;
+// What a PostgreSQL table can have.
+constexpr std::size_t kMostColumns = 1600;
 constexpr std::array kTypes{"integer", "bigint",  "smallint", "real",     "double precision",
                             "text",    "boolean", "bool",     "timestamp"};
 
@@ -86,6 +88,9 @@ TableDefinition ParseTableDefinition(const std::string& text, const std::string&
   if (definition.name.empty()) { throw place.Error(root.offset_debug()) << "the table has no name"; }
   for (const auto& node : root.children()) {
     if (node.type() != pugi::node_element) { continue; }
+    if (definition.columns.size() == kMostColumns) {
+      throw place.Error(node.offset_debug()) << "more than " << kMostColumns << " columns";
+    }
     ColumnDef column = ReadColumn(node, place);
     const bool known = std::any_of(definition.columns.begin(), definition.columns.end(),
                                    [&](const ColumnDef& other) { return other.Name() == column.Name(); });
