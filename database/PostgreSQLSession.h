@@ -14,7 +14,7 @@ namespace brio::dbi {
 /// set, 0 for no limit) counts as lost. After ReadOneState the first statement, and the first after one that
 /// failed, begins a transaction in which everything that a pooler could leak is set for that transaction
 /// only.
-class PostgreSQLSession : public Session {
+class PostgreSQLSession final : public Session {
 public:
   explicit PostgreSQLSession(ConnectionHandle connection);
   ~PostgreSQLSession() override;

@@ -17,6 +17,8 @@ namespace brio::dbi {
 namespace {
 
 constexpr std::uintmax_t kLargestFile = 1U << 20U;
+// What a PostgreSQL table can have.
+constexpr std::size_t kMostColumns = 1600;
 constexpr std::array kTypes{"integer", "bigint",  "smallint", "real",     "double precision",
                             "text",    "boolean", "bool",     "timestamp"};
 
@@ -85,13 +87,17 @@ TableDefinition ParseTableDefinition(const std::string& text, const std::string&
   }
   TableDefinition definition{file, root.attribute("schema").value(), root.attribute("name").value(), {}};
   if (definition.name.empty()) { throw place.Error(root.offset_debug()) << "the table has no name"; }
-  for (auto node = root.next_sibling(); node; node = node.next_sibling()) {
-    throw place.Error(node.offset_debug()) << "<" << node.name() << "> stands behind the end of the table";
+  if (const auto behind = root.next_sibling()) {
+    throw place.Error(behind.offset_debug())
+        << "<" << behind.name() << "> stands behind the end of the table";
   }
   for (const auto& node : root.children()) {
     // A column whose tag lost its bracket must not vanish.
     if (node.type() != pugi::node_element) {
       throw place.Error(node.offset_debug()) << "text stands where only <column> may stand";
+    }
+    if (definition.columns.size() == kMostColumns) {
+      throw place.Error(node.offset_debug()) << "more than " << kMostColumns << " columns";
     }
     ColumnDef column = ReadColumn(node, place);
     const bool known = std::any_of(definition.columns.begin(), definition.columns.end(),
