@@ -36,7 +36,9 @@ void StoreGains(RunHistory::FEB& feb, const APDInfo& apd, const HardwareLocation
   }
   const float average = sum / kPixelsPerFEB;
   feb.avgGain = average;
-  if (std::fabs(100.0 - static_cast<double>(average)) <= kLargestDeviation) { return; }
+  // A mean that is not a number deviates from nothing: it stays.
+  const bool deviates = std::fabs(100.0 - static_cast<double>(average)) > kLargestDeviation;
+  if (!deviates) { return; }
   LogError("RunHistory") << "average gain for APD " << apd.serial << " connected to " << Described(location)
                          << " is " << average << " : 100 expected so default to that";
   feb.avgGain = kNominalGain;

@@ -5,7 +5,7 @@
 
 namespace brio::dbi {
 
-bool RunHistory::LoadCoolingInfo() { return coolingLoaded; }
+bool RunHistory::LoadCoolingInfo() const { return coolingLoaded; }
 
 bool RunHistory::LoadDCSAlarms(int /*unused*/) { return false; }
 

@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <iostream>
 
-#include "RunHistory/NumberText.h"
+#include "RunHistory/ApplicationName.h"
 #include "RunHistory/OutsideRows.h"
 #include "RunHistory/RunHistory.h"
 #include "RunHistory/RunTable.h"
@@ -151,8 +151,9 @@ void RunHistory::ReadResources(Table& resources) {
       bnevbs.push_back({"", appName});
     } else if (type == "dcm") {
       row.Col(nameColumn).Get(appName);
-      const auto diblock = static_cast<std::uint16_t>(IntegerIn(appName.substr(6, 2)));
-      const auto number = static_cast<std::uint16_t>(IntegerIn(appName.substr(9, 2)));
+      const DCMPlace place = PlaceOfDCM(appName);
+      const auto diblock = static_cast<std::uint16_t>(place.diblock);
+      const auto number = static_cast<std::uint16_t>(place.dcm);
       ++nDCMs;
       if (useGoodDiBlockMask && !IsGoodDiBlock(diblock)) { continue; }
       if (!AddDCM(appName, diblock, number)) { outside.Add("\"" + appName + "\""); }

@@ -1,7 +1,9 @@
+#include <algorithm>
 #include <array>
 #include <iostream>
 #include <sstream>
 
+#include "RunHistory/ApplicationName.h"
 #include "RunHistory/ChannelLookup.h"
 #include "RunHistory/NumberText.h"
 #include "RunHistory/OutsideRows.h"
@@ -30,10 +32,8 @@ struct InstalledModule {
 constexpr std::array<std::array<int, 3>, 3> kNeverMarked{{{4, 7, 15}, {5, 7, 59}, {14, 6, 42}}};
 
 bool IsNeverMarked(const InstalledModule& module) {
-  for (const auto& [diblock, dcm, port] : kNeverMarked) {
-    if (module.diblock == diblock && module.dcm == dcm && module.port == port) { return true; }
-  }
-  return false;
+  const std::array place{module.diblock, module.dcm, module.port};
+  return std::find(kNeverMarked.begin(), kNeverMarked.end(), place) != kNeverMarked.end();
 }
 
 std::string Described(const InstalledModule& module) {
@@ -139,13 +139,9 @@ bool RunHistory::LoadNearHardware(Table& table) {
   OutsideRows outside("LoadHardwareInfo");
   for (int row = 0; row < PQntuples(rows.get()); ++row) {
     const auto text = [&](int column) { return PQgetvalue(rows.get(), row, column); };
-    const std::string dcmName = text(0);
-    const InstalledModule module{IntegerIn(dcmName.substr(6, 2)),
-                                 IntegerIn(dcmName.substr(9, 2)),
-                                 IntegerIn(text(1)),
-                                 IntegerIn(text(2)),
-                                 IntegerIn(text(3)),
-                                 IntegerIn(text(4))};
+    const DCMPlace place = PlaceOfDCM(text(0));
+    const InstalledModule module{place.diblock,      place.dcm,          IntegerIn(text(1)),
+                                 IntegerIn(text(2)), IntegerIn(text(3)), IntegerIn(text(4))};
     if (Mark(diBlocks, module, true, outside)) { ++nInstrumentedFEBs; }
   }
   return true;

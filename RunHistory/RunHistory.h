@@ -173,7 +173,7 @@ public:
   /// \throws cet::exception "BrioDatabase" for a missing or broken definition file.
   bool LoadPOT();
   /// Nothing is loaded: true for simulated runs once they were built, else false.
-  bool LoadCoolingInfo();
+  bool LoadCoolingInfo() const;
   /// Nothing is loaded: false.
   bool LoadDCSAlarms(int);
 

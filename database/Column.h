@@ -1,14 +1,17 @@
 #pragma once
 
 #include <iostream>
+#include <limits>
 #include <string>
+#include <type_traits>
 
 #include <boost/lexical_cast.hpp>
 
 namespace brio::dbi {
 
 /// One value of a loaded row: the database's text form of it, or nothing where the value was NULL or the
-/// column was not fetched. A view into its table's result: valid until the table is loaded again or destroyed.
+/// column was not fetched. A view into its table's result: valid until the table is loaded again or
+/// destroyed.
 class Column {
 public:
   Column() = default;
@@ -24,7 +27,7 @@ public:
     if (text_ == nullptr) { return false; }
     const std::string text(text_);
     try {
-      out = boost::lexical_cast<T>(text);
+      out = Converted<T>(text);
     } catch (const boost::bad_lexical_cast&) {
       std::cerr << "Column::Get(): Bad_lexical_cast! Value = " << text_ << std::endl;
       return false;
@@ -36,6 +39,21 @@ public:
   const char* Text() const { return text_; }
 
 private:
+  template <class T>
+  static T Converted(const std::string& text) {
+    if constexpr (std::is_same_v<T, short>) {
+      // By way of int: for a short the conversion multiplies before it looks whether a character is a digit,
+      // which overflows for some texts that are none.
+      const int wide = boost::lexical_cast<int>(text);
+      if (wide < std::numeric_limits<short>::min() || wide > std::numeric_limits<short>::max()) {
+        throw boost::bad_lexical_cast();
+      }
+      return static_cast<short>(wide);
+    } else {
+      return boost::lexical_cast<T>(text);
+    }
+  }
+
   const char* text_ = nullptr;
 };
 

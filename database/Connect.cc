@@ -12,8 +12,8 @@
 
 #include "database/ConnectionString.h"
 #include "database/Counters.h"
-#include "database/Wait.h"
 #include "database/StepObserver.h"
+#include "database/Wait.h"
 #include "framework/MessageLogger.h"
 
 namespace brio::dbi {
@@ -41,7 +41,8 @@ struct Attempt {
 
 std::string OptionValue(PGconn* connection, const std::string& keyword) {
   const Options options(PQconninfo(connection), &PQconninfoFree);
-  for (const PQconninfoOption* option = options.get(); option != nullptr && option->keyword != nullptr; ++option) {
+  for (const PQconninfoOption* option = options.get(); option != nullptr && option->keyword != nullptr;
+       ++option) {
     if (keyword == option->keyword && option->val != nullptr) { return option->val; }
   }
   return {};
@@ -207,8 +208,8 @@ void PauseBefore(int next) {
 /// libpq's own complaint about a malformed string may quote pieces of it, a password among them: it is not
 /// passed on.
 bool IsReadable(const std::string& connectionString) {
-  const bool isBareName = connectionString.find('=') == std::string::npos &&
-                          connectionString.find("://") == std::string::npos;
+  const bool isBareName =
+      connectionString.find('=') == std::string::npos && connectionString.find("://") == std::string::npos;
   if (isBareName) { return true; }
   char* complaint = nullptr;
   const Options options(PQconninfoParse(connectionString.c_str(), &complaint), &PQconninfoFree);
@@ -220,9 +221,10 @@ bool IsReadable(const std::string& connectionString) {
 
 ConnectionHandle Connect(const std::string& connectionString, int retries) {
   if (!IsReadable(connectionString)) {
-    LogError("BrioDatabase") << "the connection string in " << kDatabaseVariable
-                             << " cannot be read: it must be a libpq connection string (keyword=value pairs with "
-                                "known keywords, or a postgresql:// URI)";
+    LogError("BrioDatabase")
+        << "the connection string in " << kDatabaseVariable
+        << " cannot be read: it must be a libpq connection string (keyword=value pairs with "
+           "known keywords, or a postgresql:// URI)";
     return nullptr;
   }
   Failure failure;

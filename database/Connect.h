@@ -8,9 +8,9 @@ namespace brio::dbi {
 
 /// Opens a connection to the server that a libpq connection string names. Failures that can pass (refused,
 /// starting up, too many clients, time-out) are tried again up to `retries` times, after jittered pauses that
-/// double from 0.2 s to at most 5 s; others are final at once. The time-out of an attempt is 10 s for each host
-/// unless the string, the service or the environment sets connect_timeout.
-/// \return null, with the reason logged at error severity, category "BrioDatabase", when there is no
+/// double from 0.2 s to at most 5 s; others are final at once. The time-out of an attempt is 10 s for each
+/// host unless the string, the service or the environment sets connect_timeout. \return null, with the reason
+/// logged at error severity, category "BrioDatabase", when there is no
 ///         connection. No password is ever part of a message.
 ConnectionHandle Connect(const std::string& connectionString, int retries);
 

@@ -3,8 +3,8 @@
 namespace brio::dbi {
 
 /// Marks one load on the calling thread. Tables used while a scope is alive share one connection for each
-/// database and read it in one read-only, repeatable-read transaction; when the outermost scope ends, normally
-/// or by exception, every transaction is committed and every connection closed. Scopes nest.
+/// database and read it in one read-only, repeatable-read transaction; when the outermost scope ends,
+/// normally or by exception, every transaction is committed and every connection closed. Scopes nest.
 class LoadScope {
 public:
   LoadScope();
@@ -12,8 +12,8 @@ public:
   LoadScope(const LoadScope&) = delete;
   LoadScope& operator=(const LoadScope&) = delete;
 
-  /// Ends the thread's transactions and closes its shared connections before the load goes on, for a load that
-  /// is about to wait; what is asked afterwards is read afresh.
+  /// Ends the thread's transactions and closes its shared connections before the load goes on, for a load
+  /// that is about to wait; what is asked afterwards is read afresh.
   static void LeaveConnections();
 };
 

@@ -27,8 +27,8 @@ std::chrono::seconds QueryTimeout() {
   const char* end = setting + std::strlen(setting);
   const auto [stop, error] = std::from_chars(setting, end, seconds);
   if (error != std::errc() || stop != end || seconds < 0) {
-    LogWarning("BrioDatabase") << "BRIO_QUERY_TIMEOUT is \"" << setting << "\", not a number of seconds; using "
-                               << kDefaultTimeout.count();
+    LogWarning("BrioDatabase") << "BRIO_QUERY_TIMEOUT is \"" << setting
+                               << "\", not a number of seconds; using " << kDefaultTimeout.count();
     return kDefaultTimeout;
   }
   return seconds == 0 || seconds > kLongestTimeout ? kForEver : std::chrono::seconds(seconds);
@@ -64,7 +64,7 @@ bool PostgreSQLSession::IsUsable() const {
 
 ResultHandle PostgreSQLSession::Execute(const Statement& statement) {
   if (!connection_) { return nullptr; }
-  if (readsOneState_ && !inTransaction_ && !Begin()) { return Lost("the transaction could not be begun"); }
+  if (readsOneState_ && !inTransaction_ && !Begin()) { return Lost({}); }
   NotifyStep(DatabaseStep::Statement, statement.text);
   ++Counters::Instance().statementsSent;
 
@@ -73,8 +73,9 @@ ResultHandle PostgreSQLSession::Execute(const Statement& statement) {
   for (const auto& parameter : statement.parameters) {
     values.push_back(parameter.c_str());
   }
-  const int sent = PQsendQueryParams(connection_.get(), statement.text.c_str(), static_cast<int>(values.size()),
-                                     nullptr, values.data(), nullptr, nullptr, statement.binary ? 1 : 0);
+  const int sent =
+      PQsendQueryParams(connection_.get(), statement.text.c_str(), static_cast<int>(values.size()), nullptr,
+                        values.data(), nullptr, nullptr, statement.binary ? 1 : 0);
   if (sent == 0) {
     const std::string reason = Trimmed(PQerrorMessage(connection_.get()));
     if (!IsUsable()) { return Lost(reason); }
@@ -133,7 +134,8 @@ bool PostgreSQLSession::RunOwn(const std::string& text) {
   return false;
 }
 
-/// The first result that is not good, else the last; reads until the connection is ready for the next statement.
+/// The first result that is not good, else the last; reads until the connection is ready for the next
+/// statement.
 ResultHandle PostgreSQLSession::CollectResult() {
   ResultHandle collected;
   for (;;) {
@@ -151,17 +153,17 @@ ResultHandle PostgreSQLSession::CollectResult() {
 /// False when the server has sent nothing for the time allowed.
 bool PostgreSQLSession::WaitForData() {
   while (PQisBusy(connection_.get()) != 0) {
-    const bool readable = WaitForSocket(PQsocket(connection_.get()), WaitFor::Read,
-                                        RemainingOf(timeout_, Clock::now()));
+    const bool readable =
+        WaitForSocket(PQsocket(connection_.get()), WaitFor::Read, RemainingOf(timeout_, Clock::now()));
     if (!readable) { return false; }
     if (PQconsumeInput(connection_.get()) == 0) { return true; }  // PQgetResult tells what happened
   }
   return true;
 }
 
-/// Closes the connection and makes the result that says so.
+/// Closes the connection and makes the result that says so; the reason is empty when it was logged before.
 ResultHandle PostgreSQLSession::Lost(const std::string& reason) {
-  LogError("BrioDatabase") << "connection to the database lost: " << reason;
+  if (!reason.empty()) { LogError("BrioDatabase") << "connection to the database lost: " << reason; }
   inTransaction_ = false;
   connection_.reset();
   return ResultHandle(PQmakeEmptyPGresult(nullptr, PGRES_FATAL_ERROR));
@@ -176,7 +178,8 @@ void PostgreSQLSession::ReportError(const PGresult* result, const std::string& s
   if (*text == '\0') { return; }  // reported where the connection was found lost
   const char* code = PQresultErrorField(result, PG_DIAG_SQLSTATE);
   const char* database = connection_ ? PQdb(connection_.get()) : nullptr;
-  LogError("BrioDatabase") << "database \"" << (database != nullptr ? database : "") << "\": " << Trimmed(text)
+  LogError("BrioDatabase") << "database \"" << (database != nullptr ? database : "")
+                           << "\": " << Trimmed(text)
                            << (code != nullptr ? std::string(" [SQLSTATE ") + code + "]" : std::string());
 }
 

@@ -11,9 +11,9 @@ namespace brio::dbi {
 ///
 /// Each statement goes in one message of the extended protocol, so that text from a database row can never
 /// smuggle in a second one. A server that sends nothing for BRIO_QUERY_TIMEOUT seconds (300 unless set, 0 for
-/// no limit) counts as lost. After ReadOneState the first statement, and the first after one that failed, begins
-/// a transaction in which everything that a pooler could leak is set for that transaction only.
-class PostgreSQLSession : public Session {
+/// no limit) counts as lost. After ReadOneState the first statement, and the first after one that failed,
+/// begins a transaction in which everything that a pooler could leak is set for that transaction only.
+class PostgreSQLSession final : public Session {
 public:
   explicit PostgreSQLSession(ConnectionHandle connection);
   ~PostgreSQLSession() override;

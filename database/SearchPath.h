@@ -5,8 +5,8 @@
 
 namespace brio::dbi {
 
-/// The folders in which a relative path of a definition file is tried: those of BRIO_SEARCH_PATH (separated by
-/// colons), the share folder that was installed with this library, the current folder.
+/// The folders in which a relative path of a definition file is tried: those of BRIO_SEARCH_PATH (separated
+/// by colons), the share folder that was installed with this library, the current folder.
 std::vector<std::string> SearchFolders();
 
 }  // namespace brio::dbi

@@ -15,8 +15,8 @@ struct Statement {
   bool binary = false;
 };
 
-/// An open source of answers: a connection to a server, or whatever else stands where a server stands. Results
-/// are libpq's in any case. Used by one thread at a time.
+/// An open source of answers: a connection to a server, or whatever else stands where a server stands.
+/// Results are libpq's in any case. Used by one thread at a time.
 class Session {
 public:
   Session() = default;
@@ -24,8 +24,8 @@ public:
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
 
-  /// Runs one statement. Null only when it could not be sent; a failure after that is a result with the status
-  /// PGRES_FATAL_ERROR, and is logged at error severity, category "BrioDatabase".
+  /// Runs one statement. Null only when it could not be sent; a failure after that is a result with the
+  /// status PGRES_FATAL_ERROR, and is logged at error severity, category "BrioDatabase".
   virtual ResultHandle Execute(const Statement& statement) = 0;
   /// False once the session was closed or its connection was lost.
   virtual bool IsUsable() const = 0;
@@ -38,9 +38,9 @@ public:
 /// The databases that a detector's facts are spread over.
 enum class DatabaseKind { Runs, Hardware, DAQConfiguration, SlowControl };
 
-/// A session with one of a detector's databases: the one that the calling thread's load already uses, or a new
-/// one. Null, with the reason logged at error severity, when it cannot be had.
-/// \param retries  how often to try again when the failure is one that can pass
+/// A session with one of a detector's databases: the one that the calling thread's load already uses, or a
+/// new one. Null, with the reason logged at error severity, when it cannot be had. \param retries  how often
+/// to try again when the failure is one that can pass
 std::shared_ptr<Session> AcquireSession(const std::string& detector, DatabaseKind kind, int retries);
 
 }  // namespace brio::dbi

@@ -132,7 +132,8 @@ std::string Table::SelectStatement(std::vector<std::string>& parameters) const {
     }
   }
   for (std::size_t i = 0; i < order_.size(); ++i) {
-    select += (i == 0 ? " ORDER BY " : ", ") + Quoted(order_[i]) + (orderDescending_ ? " DESC NULLS LAST" : "");
+    select +=
+        (i == 0 ? " ORDER BY " : ", ") + Quoted(order_[i]) + (orderDescending_ ? " DESC NULLS LAST" : "");
   }
   return select;
 }
@@ -172,7 +173,9 @@ bool Table::MakeRows(PGresult* result) {
     for (std::size_t column = 0; column < columns_.size(); ++column) {
       if (Contains(excluded_, columns_[column].Name())) { continue; }
       const int index = static_cast<int>(row);
-      if (PQgetisnull(result, index, field) == 0) { cells[column] = Column(PQgetvalue(result, index, field)); }
+      if (PQgetisnull(result, index, field) == 0) {
+        cells[column] = Column(PQgetvalue(result, index, field));
+      }
       ++field;
     }
     rows_.emplace_back(cells, columns_.size());
@@ -186,7 +189,8 @@ bool Table::MakeRows(PGresult* result) {
 
 bool Table::GetConnection(int retries) {
   if (session_ && session_->IsUsable()) { return true; }
-  session_ = AcquireSession(detector_, type_ == kHardware ? DatabaseKind::Hardware : DatabaseKind::Runs, retries);
+  session_ =
+      AcquireSession(detector_, type_ == kHardware ? DatabaseKind::Hardware : DatabaseKind::Runs, retries);
   return session_ != nullptr;
 }
 

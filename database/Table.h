@@ -14,8 +14,8 @@ namespace brio::dbi {
 
 class Session;
 
-/// One database table: configured from a definition file, narrowed to a selection, loaded, and read row by row
-/// and column by column. The same object lends its connection for hand-written SQL.
+/// One database table: configured from a definition file, narrowed to a selection, loaded, and read row by
+/// row and column by column. The same object lends its connection for hand-written SQL.
 ///
 /// The detector and the table type choose the database (see docs/operators.md for BRIO_DATABASE); type 2 is
 /// the hardware database, any other the run database. Within a load of RunHistory all tables of one database
@@ -85,8 +85,9 @@ public:
   /// Makes sure that a connection is open. Failures that can pass (refused, starting up, too many clients,
   /// time-out) are tried again up to `retries` times, with pauses between; others are final at once.
   bool GetConnection(int retries);
-  /// Runs one statement on the open connection and hands over its result, which the caller frees with PQclear.
-  /// \return false, with a null result, only when the statement could not be sent. When the server answered
+  /// Runs one statement on the open connection and hands over its result, which the caller frees with
+  /// PQclear. \return false, with a null result, only when the statement could not be sent. When the server
+  /// answered
   ///         with an error, or the connection was lost or timed out after sending, the result has the status
   ///         PGRES_FATAL_ERROR.
   bool ExecuteSQL(std::string statement, PGresult*& result);

@@ -15,9 +15,9 @@ struct TableDefinition {
   std::vector<ColumnDef> columns;
 };
 
-/// Reads a definition file, `<table schema="…" name="…"><column name="…" type="…"/>…</table>`, at a path that is
-/// absolute or relative to the search path.
-/// \throws cet::exception "BrioDatabase" naming the file, the line and what is wrong.
+/// Reads a definition file, `<table schema="…" name="…"><column name="…" type="…"/>…</table>`, at a path that
+/// is absolute or relative to the search path. \throws cet::exception "BrioDatabase" naming the file, the
+/// line and what is wrong.
 TableDefinition ReadTableDefinition(const std::string& path);
 
 /// The same for the file's text; `file` is the name that messages use.

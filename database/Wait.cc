@@ -29,7 +29,8 @@ bool WaitForSocket(int socket, WaitFor what, std::chrono::milliseconds limit) {
   }
 }
 
-std::chrono::milliseconds RemainingOf(std::chrono::seconds limit, std::chrono::steady_clock::time_point since) {
+std::chrono::milliseconds RemainingOf(std::chrono::seconds limit,
+                                      std::chrono::steady_clock::time_point since) {
   if (limit == std::chrono::seconds::max()) { return std::chrono::milliseconds::max(); }
   const auto used = std::chrono::steady_clock::now() - since;
   const auto left = std::chrono::ceil<std::chrono::milliseconds>(limit - used);

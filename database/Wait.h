@@ -13,6 +13,7 @@ bool WaitForSocket(int socket, WaitFor what, std::chrono::milliseconds limit);
 
 /// What is left of a time limit that began at some moment; never negative. A limit of
 /// std::chrono::seconds::max() stays for ever.
-std::chrono::milliseconds RemainingOf(std::chrono::seconds limit, std::chrono::steady_clock::time_point since);
+std::chrono::milliseconds RemainingOf(std::chrono::seconds limit,
+                                      std::chrono::steady_clock::time_point since);
 
 }  // namespace brio::dbi

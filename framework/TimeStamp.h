@@ -21,8 +21,8 @@ public:
   double AsDouble() const;
 
 private:
-  std::int64_t seconds_;
-  std::int32_t nanoseconds_;
+  std::int64_t seconds_ = 0;
+  std::int32_t nanoseconds_ = 0;
 };
 
 #endif

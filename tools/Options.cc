@@ -1,9 +1,12 @@
 #include "tools/Options.h"
 
+#include <unistd.h>
+
 #include <cstdlib>
 
 #include "RunHistory/DetInfo.h"
 #include "framework/MessageLogger.h"
+#include "tools/Console.h"
 
 namespace brio::tools {
 namespace {
@@ -25,14 +28,32 @@ std::string CheckDetector(const std::string& name) {
   return "there is no detector \"" + name + "\"; the detectors are " + DetectorNames();
 }
 
+std::string CheckRuns(const std::string& text) {
+  if (ParseRunRange(text)) { return {}; }
+  return "\"" + text + "\" is no run and no range of runs";
+}
+
+std::string CheckSingleRun(const std::string& text) {
+  const auto range = ParseRunRange(text);
+  if (!range || !range->isRange) { return {}; }
+  return "\"" + text + "\" is a range; this verb answers for one run";
+}
+
 }  // namespace
 
 void AddSharedOptions(CLI::App& command, Options& options) {
   command.add_option("-d,--detector", options.detector, "The detector: " + DetectorNames())
       ->type_name("NAME")
       ->check(CheckDetector);
-  command.add_option("-r,--run", options.run, "The run; numbers outside 10000 to 999999 are simulated runs")
-      ->type_name("N");
+  const auto takeRuns = [&options](const std::string& text) {
+    options.runs = *ParseRunRange(text);
+    options.run = options.runs.first;
+  };
+  command
+      .add_option_function<std::string>("-r,--run", takeRuns,
+                                        "The run; numbers outside 10000 to 999999 are simulated runs")
+      ->type_name("N")
+      ->check(CheckRuns);
   command.add_flag("--json", options.json, "Answer in JSON, where the verb has a JSON form");
   command.add_flag("-v,--verbose", options.verbose, "Also say what is done and how long it takes");
   command.add_flag("--no-color", options.noColor, "No colours, also on a terminal");
@@ -57,9 +78,24 @@ void AddSharedOptions(CLI::App& command, Options& options) {
       ->type_name("STRING");
 }
 
+void RequireDetector(CLI::App& command) { command.get_option("--detector")->required(); }
+
 void RequireRun(CLI::App& command) {
-  command.get_option("--detector")->required();
-  command.get_option("--run")->required();
+  RequireDetector(command);
+  command.get_option("--run")->required()->check(CheckSingleRun);
+}
+
+void RequireRuns(CLI::App& command) {
+  RequireDetector(command);
+  auto* run = command.get_option("--run");
+  run->required()->type_name("N|N-M|N-");
+  run->description(run->get_description() + "; N-M for a range, both ends included; N- for all from N on");
+}
+
+bool UsesColor(const Options& options) {
+  if (options.noColor || !console::IsTerminal(STDOUT_FILENO)) { return false; }
+  const char* variable = std::getenv("NO_COLOR");
+  return variable == nullptr || *variable == '\0';
 }
 
 void ApplyToProcess(const Options& options) {

@@ -26,9 +26,21 @@ struct Verb {
   /// Adds what the verb needs to its part of the command line, which has the shared options already, and
   /// gives its action. The options are filled in when the action runs, and outlive it.
   Action (*prepare)(CLI::App& command, const Options& options);
+  /// What the library prints is the answer, and stays on the streams that it is printed on.
+  bool libraryAnswers = false;
 };
 
 /// `runhistory dump`: the readable dump of a run, as RunHistory::Dump prints it.
 Action PrepareDump(CLI::App& command, const Options& options);
+/// `runhistory show`: one screen on a run.
+Action PrepareShow(CLI::App& command, const Options& options);
+/// `runhistory map QUANTITY`: a quantity over the whole detector, as text, picture or table.
+Action PrepareMap(CLI::App& command, const Options& options);
+/// `runhistory mask`: the good-diblock mask, the analysis mask and what the rule does.
+Action PrepareMask(CLI::App& command, const Options& options);
+/// `runhistory dq`: the data-quality records of the subruns.
+Action PrepareDQ(CLI::App& command, const Options& options);
+/// `runhistory pot`: the protons on target.
+Action PreparePOT(CLI::App& command, const Options& options);
 
 }  // namespace brio::tools

@@ -4,6 +4,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "tools/Console.h"
 #include "tools/Verb.h"
 
 namespace {
@@ -11,7 +12,12 @@ namespace {
 using namespace brio::tools;
 
 constexpr Verb kVerbs[] = {
-    {"dump", "Print the dump of a run", PrepareDump},
+    {"show", "One screen on a run, or on each run of a range", PrepareShow},
+    {"map", "Draw a quantity over the whole detector", PrepareMap},
+    {"mask", "The good-diblock mask, the analysis mask and what the rule does", PrepareMask},
+    {"dq", "The data-quality records of the subruns", PrepareDQ},
+    {"pot", "The protons on target", PreparePOT},
+    {"dump", "Print the dump of a run", PrepareDump, true},
 };
 
 constexpr const char* kDescription =
@@ -33,7 +39,10 @@ int Run(int argc, char** argv) {
     auto* subcommand = command.add_subcommand(verb.name, verb.summary);
     AddSharedOptions(*subcommand, options);
     subcommand->final_callback(
-        [&action, prepared = verb.prepare(*subcommand, options)] { action = prepared; });
+        [&action, prepared = verb.prepare(*subcommand, options), redirect = !verb.libraryAnswers] {
+          if (redirect) { console::Take(); }
+          action = prepared;
+        });
   }
 
   try {
@@ -43,8 +52,9 @@ int Run(int argc, char** argv) {
   ApplyToProcess(options);
   const ExitStatus status = action();
   // An answer that could not be written, to a full disk say, is none.
-  if (!std::cout.flush()) {
-    std::cerr << "runhistory: cannot write to standard output\n";
+  const bool written = std::cout.flush() && console::Answer().flush();
+  if (!written) {
+    console::Say("runhistory: cannot write to standard output");
     return kUnavailable;
   }
   return status;
@@ -59,7 +69,7 @@ int main(int argc, char** argv) {
     std::cout.flush();
     std::string reason = error.what();
     reason.erase(reason.find_last_not_of(" \n") + 1);
-    std::cerr << "runhistory: " << reason << '\n';
+    console::Say("runhistory: " + reason);
   }
   return kUnavailable;
 }

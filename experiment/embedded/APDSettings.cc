@@ -8,8 +8,8 @@ namespace {
 
 constexpr const char* kCategory = "SlowControl";
 constexpr const char* kStatement =
-    "SELECT dcm_name, port, temperature_enabled, temperature, voltage FROM slowcontrol.apd_settings "
-    "WHERE config_id = $1 AND dcm_name = ANY($2)";
+    "SELECT dcm_name, port::smallint, temperature_enabled::boolean, temperature::double precision, "
+    "voltage::integer FROM slowcontrol.apd_settings WHERE config_id = $1 AND dcm_name = ANY($2)";
 
 struct Setting {
   std::optional<bool> temperatureEnabled;
@@ -28,9 +28,9 @@ bool Give(const std::optional<Value>& value, Out& out) {
 class APDSettings::Data {
 public:
   Data(long long configId, const std::vector<std::string>& names)
-      : dcms(names), settings(dcms.Index().Size() * FoundDCMs::kPorts) {
-    valid = names.empty() || Read(configId, names);
-  }
+      : dcms(names),
+        settings(dcms.Index().Size() * FoundDCMs::kPorts),
+        valid(names.empty() || Read(configId, names)) {}
 
   const Setting* Find(const std::string& dcmName, int port) const {
     const auto place = dcms.FindPort(dcmName, port);
@@ -39,7 +39,7 @@ public:
 
   FoundDCMs dcms;
   std::vector<Setting> settings;
-  bool valid = false;
+  bool valid;
 
 private:
   bool Read(long long configId, const std::vector<std::string>& names) {

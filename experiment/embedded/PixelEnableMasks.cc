@@ -12,7 +12,8 @@ namespace {
 constexpr const char* kCategory = "DAQConfiguration";
 constexpr int kBytesPerMask = 4;
 constexpr const char* kStatement =
-    "SELECT m.dcm_name, m.feb_enable_mask, m.pixel_enable_masks FROM daqconfig.configurations c "
+    "SELECT m.dcm_name, m.feb_enable_mask::bigint, m.pixel_enable_masks::bytea FROM daqconfig.configurations "
+    "c "
     "LEFT JOIN daqconfig.enable_masks m ON m.config_id = c.config_id AND m.dcm_name = ANY($2) "
     "WHERE c.config_id = $1";
 
@@ -21,14 +22,15 @@ constexpr const char* kStatement =
 class PixelEnableMasks::Data {
 public:
   Data(long long configId, const std::vector<std::string>& names)
-      : dcms(names), febMasks(dcms.Index().Size()), pixelMasks(dcms.Index().Size() * FoundDCMs::kPorts) {
-    valid = names.empty() || Read(configId, names);
-  }
+      : dcms(names),
+        febMasks(dcms.Index().Size()),
+        pixelMasks(dcms.Index().Size() * FoundDCMs::kPorts),
+        valid(names.empty() || Read(configId, names)) {}
 
   FoundDCMs dcms;
   std::vector<std::uint64_t> febMasks;
   std::vector<std::uint32_t> pixelMasks;
-  bool valid = false;
+  bool valid;
 
 private:
   bool Read(long long configId, const std::vector<std::string>& names) {

@@ -11,7 +11,7 @@ constexpr const char* kCategory = "DAQConfiguration";
 constexpr std::size_t kPixels = 32;
 constexpr std::size_t kThresholdsPerDCM = FoundDCMs::kPorts * kPixels;
 constexpr const char* kStatement =
-    "SELECT t.dcm_name, t.thresholds FROM daqconfig.configurations c "
+    "SELECT t.dcm_name, t.thresholds::bytea FROM daqconfig.configurations c "
     "LEFT JOIN daqconfig.thresholds t ON t.config_id = c.config_id AND t.dcm_name = ANY($2) "
     "WHERE c.config_id = $1";
 
@@ -20,13 +20,13 @@ constexpr const char* kStatement =
 class PixelThresholds::Data {
 public:
   Data(long long configId, const std::vector<std::string>& names)
-      : dcms(names), thresholds(dcms.Index().Size() * kThresholdsPerDCM) {
-    valid = names.empty() || Read(configId, names);
-  }
+      : dcms(names),
+        thresholds(dcms.Index().Size() * kThresholdsPerDCM),
+        valid(names.empty() || Read(configId, names)) {}
 
   FoundDCMs dcms;
   std::vector<short> thresholds;
-  bool valid = false;
+  bool valid;
 
 private:
   bool Read(long long configId, const std::vector<std::string>& names) {

@@ -22,7 +22,7 @@ int FieldFrom(unsigned int value, int zero) {
 TTimeStamp::TTimeStamp(unsigned int year, unsigned int month, unsigned int day, unsigned int hour,
                        unsigned int minute, unsigned int second, unsigned int nanosecond, bool isUTC,
                        int secOffset)
-    : seconds_(0), nanoseconds_(static_cast<std::int32_t>(nanosecond % kNanosecondsPerSecond)) {
+    : nanoseconds_(static_cast<std::int32_t>(nanosecond % kNanosecondsPerSecond)) {
   std::tm fields{};
   fields.tm_year = FieldFrom(year, 1900);
   fields.tm_mon = FieldFrom(month, 1);

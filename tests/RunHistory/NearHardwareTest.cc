@@ -1,113 +1,133 @@
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <stdexcept>
 
-#include "tests/RunHistory/Activity.h"
-#include "tests/RunHistory/Peer.h"
-#include "tests/RunHistory/RunDatabase.h"
+#include <gtest/gtest.h>
 
-namespace brio::test {
+#include "tests/RunHistory/HardwareRows.h"
+
+namespace brio::dbi {
 namespace {
 
-using Peer = dbi::RunHistoryTestPeer;
-using testing::ElementsAre;
-using testing::IsEmpty;
+using Peer = RunHistoryTestPeer;
 
-/// A near-detector run with DCMs 1 and 2 of diblock 4.
-struct NearHardware : testing::Test {
-  NearHardware() {
-    database.AddRun();
-    database.AddDCM("dcm-1-04-01");
-    database.AddDCM("dcm-1-04-02");
+class NearHardware : public testing::Test {
+protected:
+  NearHardware() : databases_("empty", {"alder"}), address_("BRIO_DATABASE", databases_.Template()) {
+    databases_.Execute(
+        "INSERT INTO daq.runs (run, tstart, nsubruns) VALUES (11000, '2015-08-01 15:30:00', 1);"
+        "INSERT INTO daq.daqresourcesbyrun (run, resource_type, appname, detector) VALUES "
+        "(11000, 'dcm', 'dcm-1-01-02', 'Alder'), (11000, 'dcm', 'dcm-1-04-01', 'Alder')",
+        "alder");
   }
-  RunDatabase database{"Alder"};
+  /// A row of the positions' table, installed in 2013 unless told otherwise.
+  void Add(const std::string& dcm, int port, const std::string& installed = "2013-01-01",
+           const std::string& removed = "NULL", const std::string& type = "APD",
+           const std::string& detector = "Alder") {
+    databases_.Execute("INSERT INTO hardware_position VALUES ('" + detector + "', '" + dcm + "', " +
+                           std::to_string(port) + ", 7, 8, 9, '" + installed + "', " + removed + ", '" +
+                           type + "', NULL)",
+                       "alder");
+  }
+
+  test::ScratchDatabases databases_;
+  test::EnvironmentVariable address_;
+  RunHistory run_{11000, "Alder"};
 };
 
-TEST_F(NearHardware, IsMarkedOnItsPortsAndCounted) {
-  database.AddNearModule("'dcm-1-04-01'", "0");
-  database.AddNearModule("'dcm-1-04-01'", "0");
-  database.AddNearModule("'dcm-1-04-02'", "63");
-  database.AddNearModule("'dcm-1-03-01'", "5");
-  database.AddNearModule("'dcm-1-04-03'", "5");
-  database.Execute(
-      "INSERT INTO public.hardware_position SELECT 'Birch', 'dcm-1-04-01', 7, 1, 1, 1, install_date, "
-      "NULL, 'APD' FROM public.hardware_position LIMIT 1;"
-      "INSERT INTO public.hardware_position SELECT 'Alder', 'dcm-1-04-01', 8, 1, 1, 1, install_date, "
-      "NULL, 'FEB' FROM public.hardware_position LIMIT 1");
-  auto run = database.Run();
-  const auto activity = ActivityOf([&] { EXPECT_TRUE(run.LoadHardwareInfo()); });
-  EXPECT_THAT(Installed(run), ElementsAre("4/1/0", "4/2/63"));
-  EXPECT_EQ(run.NInstrumentedFEBs(), 2);
-  EXPECT_EQ(run.GetDiBlocks()[0].nInstrumentedFEBs, 2);
-  EXPECT_EQ(run.GetDiBlocks()[0].dcms[1].nInstrumentedFEBs, 1);
-  EXPECT_FALSE(run.GetDiBlocks()[0].isActive);
-  EXPECT_EQ(run.GetDiBlocks()[0].dcms[1].febs[63].block, 21);
-  EXPECT_EQ(run.GetDiBlocks()[0].dcms[1].febs[63].plane, 31);
-  EXPECT_EQ(run.GetDiBlocks()[0].dcms[1].febs[63].modulePosition, 41);
-  EXPECT_EQ(activity.output, kHardwareLine);
-  EXPECT_EQ(activity.connections, 1);
-  EXPECT_EQ(activity.statements, 3);
-  EXPECT_TRUE(database.IsLeft());
+TEST_F(NearHardware, MarksThePortsOfTheName) {
+  Add("dcm-1-01-02", 31);
+  Add("dcm-1-04-01", 15);
+  Add("dcm-1-04-02", 15);  // took no part
+  Add("dcm-1-03-01", 15);  // nor did the diblock
+  test::CapturedOutput output;
+  ASSERT_TRUE(run_.LoadHardwareInfo());
+  EXPECT_EQ(output.StandardOutput(), "RunHistory: Loading FEB and APD installation information\n");
+  EXPECT_EQ(output.StandardError(), "");
+  const auto& board = run_.GetDiBlocks().at(0).dcms.at(1).febs.at(31);
+  EXPECT_TRUE(board.isInstalled);
+  EXPECT_EQ(board.block, 7);
+  EXPECT_EQ(board.plane, 8);
+  EXPECT_EQ(board.modulePosition, 9);
+  EXPECT_TRUE(run_.GetDiBlocks().at(1).dcms.at(0).febs.at(15).isInstalled);
+  EXPECT_EQ(run_.NInstrumentedFEBs(), 2);
+  EXPECT_EQ(run_.GetDiBlocks()[1].nInstrumentedFEBs, 1);
+  EXPECT_FALSE(run_.GetDiBlocks()[0].isActive);
 }
 
-TEST_F(NearHardware, DoesNotAskForTheMask) {
-  database.AddNearModule("'dcm-1-04-01'", "1");
-  auto run = database.Run();
-  run.LoadDAQRunHistory();
-  run.SetUseGoodDiBlockMask(true);
-  ActivityOf([&] { EXPECT_TRUE(run.LoadHardwareInfo()); });
-  EXPECT_THAT(Installed(run), ElementsAre("4/1/1"));
-  EXPECT_TRUE(Peer::UseGoodDiBlockMask(run));
-  EXPECT_FALSE(Peer::LoadedFlags(run).mask);
+TEST_F(NearHardware, ThePortsThatTheFarDetectorSkipsAreOrdinary) {
+  databases_.Execute(
+      "INSERT INTO daq.daqresourcesbyrun (run, resource_type, appname, detector) VALUES "
+      "(11000, 'dcm', 'dcm-1-04-03', 'Alder')",
+      "alder");
+  Add("dcm-1-04-03", 15);
+  test::CapturedOutput output;
+  ASSERT_TRUE(run_.LoadHardwareInfo());
+  EXPECT_TRUE(run_.GetDiBlocks().at(1).dcms.at(2).febs.at(15).isInstalled);
 }
 
-TEST_F(NearHardware, MarksAnyPort) {
-  for (const char* port : {"15", "59", "42"}) {
-    database.AddNearModule("'dcm-1-04-01'", port);
+TEST_F(NearHardware, TheMaskDoesNotCount) {
+  databases_.Execute("INSERT INTO dataquality.gooddiblocksvsrun VALUES (11000, 0, '2016-01-01', 'x')",
+                     "alder");
+  Add("dcm-1-01-02", 31);
+  test::CapturedOutput output;
+  ASSERT_TRUE(run_.LoadDAQRunHistory());
+  run_.SetUseGoodDiBlockMask(true);
+  ASSERT_TRUE(run_.LoadHardwareInfo());
+  EXPECT_EQ(run_.NInstrumentedFEBs(), 1);
+}
+
+TEST_F(NearHardware, OnlyAPDsOfTheNearDetectorThatAreInstalledCount) {
+  Add("dcm-1-01-02", 0, "2015-08-01 15:29:59Z");
+  Add("dcm-1-01-02", 1, "2015-08-01 15:30:00Z");
+  Add("dcm-1-01-02", 2, "2013-01-01", "'2015-08-01 15:30:00Z'");
+  Add("dcm-1-01-02", 3, "2013-01-01", "'2015-08-01 15:30:01Z'");
+  Add("dcm-1-01-02", 4, "2013-01-01", "NULL", "FEB");
+  Add("dcm-1-01-02", 5, "2013-01-01", "NULL", "APD", "Birch");
+  test::CapturedOutput output;
+  ASSERT_TRUE(run_.LoadHardwareInfo());
+  const auto& boards = run_.GetDiBlocks().at(0).dcms.at(1).febs;
+  const std::vector<bool> expected{true, false, false, true, false, false};
+  for (std::size_t port = 0; port < expected.size(); ++port) {
+    EXPECT_EQ(boards.at(port).isInstalled, expected[port]) << port;
   }
-  auto run = database.Run();
-  ActivityOf([&] { run.LoadHardwareInfo(); });
-  EXPECT_EQ(run.NInstrumentedFEBs(), 3);
 }
 
-TEST_F(NearHardware, OutsideTheDetectorIsReportedAndLeftOut) {
-  for (const char* name : {"'dcm-1-04-05'", "'dcm-1-04-13'", "'dcm-1-04-00'"}) {
-    database.AddNearModule(name, "1");
-  }
-  database.AddNearModule("'dcm-1-04-01'", "64");
-  database.AddNearModule("'dcm-1-04-01'", "-1");
-  auto run = database.Run();
-  ActivityOf([&] { EXPECT_TRUE(run.LoadHardwareInfo()); });
-  EXPECT_THAT(Installed(run), IsEmpty());
-  EXPECT_TRUE(run.GetDiBlocks()[0].isActive);
-  EXPECT_THAT(
-      database.TakeErrors("RunHistory"),
-      ElementsAre("LoadHardwareInfo: left out 5 rows that point outside the run's detector, the first: "
-                  "diblock 4, DCM 0, port 1"));
+TEST_F(NearHardware, ANameTooShortToCutThrows) {
+  Add("dcm", 0);
+  test::CapturedOutput output;
+  EXPECT_THROW(run_.LoadHardwareInfo(), std::out_of_range);
+  EXPECT_FALSE(Peer::LoadedFlags(run_).hardware);
+  EXPECT_EQ(test::server::Value("postgres",
+                                "SELECT count(*) FROM pg_stat_activity WHERE application_name = "
+                                "'brio-runhistory' AND datname = '" +
+                                    databases_.Name("alder") + "'"),
+            "0");
 }
 
-TEST_F(NearHardware, WithoutValuesReadsAsZero) {
-  database.AddNearModule("'dcm-1-04-01'", "NULL");
-  database.Execute("UPDATE public.hardware_position SET block = NULL, plane = NULL, module_position = NULL");
-  auto run = database.Run();
-  ActivityOf([&] { EXPECT_TRUE(run.LoadHardwareInfo()); });
-  EXPECT_THAT(Installed(run), ElementsAre("4/1/0"));
-  EXPECT_EQ(run.GetDiBlocks()[0].dcms[0].febs[0].block, 0);
+TEST_F(NearHardware, RowsOutsideTheDetectorAreCountedAndLeftOut) {
+  Add("dcm-1-01-05", 0);
+  Add("dcm-1-01-02", 64);
+  const test::CapturedMessages messages;
+  test::CapturedOutput output;
+  ASSERT_TRUE(run_.LoadHardwareInfo());
+  EXPECT_EQ(
+      messages.Texts(Severity::Error, "RunHistory"),
+      std::vector<std::string>{"LoadHardwareInfo: left out 2 rows that point outside the run's detector, "
+                               "the first: diblock 1, DCM 2, port 64"});
+  EXPECT_EQ(run_.NInstrumentedFEBs(), 0);
 }
 
-TEST_F(NearHardware, WithATooShortNameFailsToBeCutAndIsTriedAgain) {
-  for (const char* name : {"''", "'dcm-1'", "'dcm-1-04'", "NULL"}) {
-    database.Execute("DELETE FROM public.hardware_position");
-    database.AddNearModule(name, "1");
-    auto run = database.Run();
-    ActivityOf([&] { EXPECT_THROW(run.LoadHardwareInfo(), std::out_of_range) << name; });
-    EXPECT_FALSE(Peer::LoadedFlags(run).hardware);
-    EXPECT_TRUE(database.IsLeft());
-    database.Execute("DELETE FROM public.hardware_position");
-    ActivityOf([&] { EXPECT_TRUE(run.LoadHardwareInfo()) << name; });
-  }
+TEST(OtherHardware, IsLoadedWithoutAStatement) {
+  const test::EnvironmentVariable database("BRIO_DATABASE", test::server::Template("small"));
+  RunHistory run(12000, "Cedar");
+  test::CapturedOutput output;
+  ASSERT_TRUE(run.LoadDAQRunHistory());
+  const test::SentStatements sent;
+  EXPECT_TRUE(run.LoadHardwareInfo());
+  EXPECT_TRUE(sent.Texts().empty());
+  EXPECT_TRUE(Peer::LoadedFlags(run).hardware);
+  EXPECT_EQ(run.NInstrumentedFEBs(), 0);
+  EXPECT_EQ(output.StandardOutput(), "RunHistory: Loading FEB and APD installation information\n");
 }
 
 }  // namespace
-}  // namespace brio::test
+}  // namespace brio::dbi

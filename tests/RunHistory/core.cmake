@@ -6,8 +6,8 @@ brio_unit_test(RunHistory.core.unit
 
 brio_server_test(RunHistory.core
   SOURCES RunDatabase.cc RefusedSend.cc DAQRunHistoryTest.cc DAQFailureTest.cc DAQBadInputTest.cc
-          CarriedOverTest.cc MaskLoadingTest.cc FarHardwareTest.cc NearHardwareTest.cc HardwareStatementTest.cc
-          HardwareFailureTest.cc WholeRunTest.cc OneStateTest.cc UnreachableServerTest.cc
+          CarriedOverTest.cc MaskLoadingTest.cc FarHardwareTest.cc NearHardwareStatementTest.cc HardwareStatementTest.cc
+          HardwareFailureTest.cc LoadChainTest.cc OneStateTest.cc UnreachableServerTest.cc
           DumpTest.cc
   LIBS brio::RunHistory)
 target_link_libraries(test_RunHistory.core PRIVATE ${CMAKE_DL_LIBS})

@@ -72,7 +72,7 @@ TEST(LogMessage, HasTheSeverityOfItsType) {
 
 TEST(LogMessage, WithoutTextIsStillAMessage) {
   const CapturedMessages messages("debug");
-  LogInfo("RunHistory");
+  { const LogInfo message("RunHistory"); }
   EXPECT_THAT(messages.Texts(Severity::Info, "RunHistory"), ElementsAre(""));
 }
 
@@ -125,6 +125,7 @@ TEST(LogMessage, ThreadsMayLogWhileLevelsAndSinkChange) {
   constexpr int kThreads = 4;
   constexpr int kMessages = 2000;
   std::vector<std::thread> threads;
+  threads.reserve(kThreads);
   for (int i = 0; i < kThreads; ++i) {
     threads.emplace_back([i] {
       for (int n = 0; n < kMessages; ++n) {

@@ -1,5 +1,5 @@
-#include <cstdio>
 #include <cstdlib>
+#include <iostream>
 #include <string>
 
 #include <gmock/gmock.h>
@@ -104,7 +104,7 @@ protected:
   /// Ends the process; the levels found go to standard error.
   [[noreturn]] static void ReportLevels() {
     const std::string levels = Level("RunHistory") + " " + Level("APDInfo");
-    std::fprintf(stderr, "levels: %s\n", levels.c_str());
+    std::cerr << "levels: " << levels << '\n';
     std::_Exit(0);
   }
 };

@@ -104,6 +104,7 @@ TEST(MessageOutput, OfSeveralThreadsIsNotMixedUpWithinALine) {
   constexpr int kMessages = 250;
   std::string output = StandardErrorOf([] {
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (int i = 0; i < kThreads; ++i) {
       threads.emplace_back([] {
         for (int n = 0; n < kMessages; ++n) {

@@ -76,7 +76,7 @@ TEST(TimeStamp, TheOffsetIsAdded) {
 
 /// A process's time zone, six hours behind UTC and five in summer, and then what it was.
 class InTimeZone : public testing::Test {
-protected:
+public:
   InTimeZone() {
     const char* before = std::getenv("TZ");
     wasSet_ = before != nullptr;

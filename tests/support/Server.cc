@@ -3,10 +3,13 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstdlib>
 #include <iostream>
 #include <memory>
 #include <stdexcept>
+#include <thread>
+#include <utility>
 
 namespace brio::test {
 namespace {
@@ -23,7 +26,8 @@ namespace server {
 std::string SocketFolder() {
   const char* folder = std::getenv("BRIO_TEST_SERVER_DIR");
   if (folder == nullptr) {
-    std::cerr << "BRIO_TEST_SERVER_DIR is not set: server tests run through ctest, which starts a private server\n";
+    std::cerr
+        << "BRIO_TEST_SERVER_DIR is not set: server tests run through ctest, which starts a private server\n";
     std::exit(1);
   }
   return std::string(folder) + "/socket";
@@ -64,10 +68,21 @@ int OpenConnections() {
       Value("postgres", "SELECT count(*) FROM pg_stat_activity WHERE application_name = 'brio-runhistory'"));
 }
 
+int LastingConnections(const std::string& database) {
+  const std::string statement = "SELECT count(*) FROM pg_stat_activity WHERE datname = '" + database +
+                                "' AND application_name = 'brio-runhistory'";
+  int count = std::stoi(Value("postgres", statement));
+  for (int look = 0; count > 0 && look < 100; ++look) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    count = std::stoi(Value("postgres", statement));
+  }
+  return count;
+}
+
 }  // namespace server
 
-ScratchDatabases::ScratchDatabases(const std::string& source, const std::vector<std::string>& detectors)
-    : detectors_(detectors) {
+ScratchDatabases::ScratchDatabases(const std::string& source, std::vector<std::string> detectors)
+    : detectors_(std::move(detectors)) {
   static std::atomic<int> count{0};
   prefix_ = "scratch_" + std::to_string(getpid()) + "_" + std::to_string(++count);
   for (const auto& detector : detectors_) {

@@ -24,6 +24,9 @@ std::vector<std::vector<std::string>> Query(const std::string& database, const s
 std::string Value(const std::string& database, const std::string& statement);
 /// How many connections of brio-runhistory (any user) the server has open just now.
 int OpenConnections();
+/// How many connections of brio-runhistory to one database stay open. One that was closed is given a moment
+/// to go, since the server learns of it a little later.
+int LastingConnections(const std::string& database);
 
 }  // namespace server
 
@@ -32,7 +35,7 @@ int OpenConnections();
 class ScratchDatabases {
 public:
   explicit ScratchDatabases(const std::string& source = "empty",
-                            const std::vector<std::string>& detectors = {"birch"});
+                            std::vector<std::string> detectors = {"birch"});
   ~ScratchDatabases();
   ScratchDatabases(const ScratchDatabases&) = delete;
   ScratchDatabases& operator=(const ScratchDatabases&) = delete;

@@ -1,0 +1,129 @@
+#include "tests/faults/CuttingProxy.h"
+
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <stdexcept>
+#include <utility>
+#include <vector>
+
+namespace brio::test {
+namespace {
+
+constexpr int kPollMilliseconds = 20;
+
+sockaddr_un Address(const std::string& path) {
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  if (path.size() >= sizeof(address.sun_path)) { throw std::runtime_error("socket path too long: " + path); }
+  std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
+  return address;
+}
+
+int Listen(const std::string& path) {
+  const int listening = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  const sockaddr_un address = Address(path);
+  const auto* generic = reinterpret_cast<const sockaddr*>(&address);
+  if (bind(listening, generic, sizeof(address)) != 0 || listen(listening, 64) != 0) {
+    throw std::runtime_error("cannot listen at " + path);
+  }
+  return listening;
+}
+
+int ConnectTo(const std::string& path) {
+  const int connected = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  const sockaddr_un address = Address(path);
+  if (connect(connected, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0) {
+    return connected;
+  }
+  close(connected);
+  return -1;
+}
+
+}  // namespace
+
+CuttingProxy::CuttingProxy(const std::string& serverSocketFolder) {
+  std::string pattern = "/tmp/brio-proxy-XXXXXX";
+  if (mkdtemp(pattern.data()) == nullptr) { throw std::runtime_error("cannot make a folder"); }
+  folder_ = pattern;
+  const int listening = Listen(folder_ + "/.s.PGSQL.5432");
+  thread_ = std::thread(
+      [this, listening, server = serverSocketFolder + "/.s.PGSQL.5432"] { Serve(listening, server); });
+}
+
+CuttingProxy::~CuttingProxy() {
+  ending_ = true;
+  thread_.join();
+  std::error_code ignored;
+  std::filesystem::remove_all(folder_, ignored);
+}
+
+void CuttingProxy::Serve(int listening, const std::string& serverSocket) {
+  std::vector<std::pair<int, int>> pairs;  // client, server
+  while (!ending_) {
+    std::vector<pollfd> watched{{listening, POLLIN, 0}};
+    for (const auto& [client, server] : pairs) {
+      watched.push_back({client, POLLIN, 0});
+      watched.push_back({server, POLLIN, 0});
+    }
+    if (silent_) { watched.resize(1); }
+    if (poll(watched.data(), watched.size(), kPollMilliseconds) <= 0) { continue; }
+    for (std::size_t i = watched.size() / 2; i > 0 && !silent_; --i) {
+      const auto [client, server] = pairs[i - 1];
+      const bool alive = (watched[2 * i - 1].revents == 0 || PassOn(client, server, false)) &&
+                         (watched[2 * i].revents == 0 || PassOn(server, client, true));
+      if (alive) { continue; }
+      close(client);
+      close(server);
+      pairs.erase(pairs.begin() + static_cast<std::ptrdiff_t>(i - 1));
+    }
+    if ((watched[0].revents & POLLIN) != 0) {
+      const int client = accept4(listening, nullptr, nullptr, SOCK_CLOEXEC);
+      const int server = ConnectTo(serverSocket);
+      if (server < 0) {
+        close(client);
+      } else {
+        pairs.emplace_back(client, server);
+      }
+    }
+  }
+  for (const auto& [client, server] : pairs) {
+    close(client);
+    close(server);
+  }
+  close(listening);
+}
+
+/// False when the connection is to be closed.
+bool CuttingProxy::PassOn(int from, int to, bool fromServer) {
+  std::array<char, 65536> buffer{};
+  const ssize_t received = recv(from, buffer.data(), buffer.size(), 0);
+  if (received <= 0) { return false; }
+  ssize_t toSend = received;
+  bool cut = false;
+  if (fromServer) {
+    if (bytesLeft_ >= 0 && bytesLeft_ < received) {
+      toSend = bytesLeft_;
+      bytesLeft_ = -1;
+      cut = true;
+    } else if (bytesLeft_ >= 0) {
+      bytesLeft_ -= received;
+    }
+    bytesFromServer_ += toSend;
+  }
+  for (ssize_t sent = 0; sent < toSend;) {
+    const ssize_t now = send(to, buffer.data() + sent, static_cast<std::size_t>(toSend - sent), MSG_NOSIGNAL);
+    if (now <= 0) { return false; }
+    sent += now;
+  }
+  return !cut;
+}
+
+}  // namespace brio::test

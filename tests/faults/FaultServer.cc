@@ -1,0 +1,74 @@
+#include "tests/faults/FaultServer.h"
+
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+#include <thread>
+
+#include "tests/support/Server.h"
+
+namespace brio::test::faultserver {
+namespace {
+
+constexpr auto kPause = std::chrono::milliseconds(5);
+constexpr int kPatience = 1000;
+
+std::string Folder() { return std::filesystem::path(server::SocketFolder()).parent_path().string(); }
+
+template <class Condition>
+bool WaitFor(Condition condition) {
+  for (int i = 0; i < kPatience; ++i) {
+    if (condition()) { return true; }
+    std::this_thread::sleep_for(kPause);
+  }
+  return false;
+}
+
+}  // namespace
+
+void Stop() {
+  const std::string lockFile = Folder() + "/data/postmaster.pid";
+  int postmaster = 0;
+  std::ifstream(lockFile) >> postmaster;
+  if (postmaster <= 1 || kill(postmaster, SIGINT) != 0) { throw std::runtime_error("no server to stop"); }
+  if (!WaitFor([&] { return kill(postmaster, 0) != 0 || !std::filesystem::exists(lockFile); })) {
+    throw std::runtime_error("the server does not stop");
+  }
+}
+
+void Start() {
+  const std::string command = std::string(BRIO_SANDBOX) + " --dir " + Folder() + " up 2>/dev/null";
+  if (std::system(command.c_str()) != 0) { throw std::runtime_error("the server does not start"); }
+}
+
+std::vector<int> Backends(const std::string& applicationName) {
+  std::vector<int> backends;
+  for (const auto& row :
+       server::Query("postgres", "SELECT pid FROM pg_stat_activity WHERE application_name ~ '^" +
+                                     applicationName + "$'")) {
+    backends.push_back(std::stoi(row[0]));
+  }
+  return backends;
+}
+
+bool NoConnectionStays() {
+  return WaitFor([] { return Backends().empty(); });
+}
+
+void WaitUntilGone(int backend) {
+  const std::string statement =
+      "SELECT count(*) FROM pg_stat_activity WHERE pid = " + std::to_string(backend);
+  if (!WaitFor([&] { return server::Value("postgres", statement) == "0"; })) {
+    throw std::runtime_error("backend " + std::to_string(backend) + " does not end");
+  }
+}
+
+void Terminate(int backend) {
+  server::Query("postgres", "SELECT pg_terminate_backend(" + std::to_string(backend) + ")");
+  WaitUntilGone(backend);
+}
+
+}  // namespace brio::test::faultserver

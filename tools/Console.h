@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstddef>
+#include <iosfwd>
+#include <string>
+
+namespace brio::tools {
+
+/// Where the command's texts go: the answer to standard output, everything else to standard error.
+namespace console {
+
+/// From now on what the library prints, on either stream or through the message logger, comes out on standard
+/// error, line by line, and complaints are remembered. Call once, before the first RunHistory. Without it the
+/// streams are as the library has them.
+void Take();
+
+/// The stream of the answer: standard output itself, also after Take.
+std::ostream& Answer();
+
+/// Writes a line to standard error.
+void Say(const std::string& line);
+
+/// How many complaints there have been: error messages of the logger, and lines that the library wrote to
+/// standard error.
+std::size_t Complaints();
+/// The first complaint since a count of Complaints(); with `fromDatabase` the first that a database caused.
+/// Empty without one.
+std::string ComplaintSince(std::size_t count, bool fromDatabase = false);
+
+/// True when a stream's file descriptor (1 or 2) is a terminal.
+bool IsTerminal(int descriptor);
+
+/// Shows a line that is replaced in place, or takes it away when `line` is empty. Only for a terminal.
+void ShowProgress(const std::string& line);
+
+}  // namespace console
+}  // namespace brio::tools

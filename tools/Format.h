@@ -1,0 +1,39 @@
+#pragma once
+
+#include <ctime>
+#include <string>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+namespace brio::tools {
+
+/// Keeps the order in which members were added: that of the text form.
+using Json = nlohmann::ordered_json;
+
+/// A number with so many digits behind the point.
+std::string Fixed(double value, int digits);
+
+/// The shortest text that reads back as the same number, and that number: 0.1F as "0.1" and 0.1.
+std::string Shortest(float value);
+double ShortestValue(float value);
+
+/// "8 h 50 min 0 s"; hours are left out when there are none.
+std::string Duration(std::time_t seconds);
+
+/// Numbers in ascending order as ranges: "1-6, 8-9"; "none" for none.
+std::string Ranges(const std::vector<int>& numbers);
+
+/// Lines of a table whose columns are set flush right, with two blanks between them. The first row is the
+/// heading.
+class TextTable {
+public:
+  explicit TextTable(std::vector<std::string> heading) { Add(std::move(heading)); }
+  void Add(std::vector<std::string> row) { rows_.push_back(std::move(row)); }
+  std::string Text() const;
+
+private:
+  std::vector<std::vector<std::string>> rows_;
+};
+
+}  // namespace brio::tools

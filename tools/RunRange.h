@@ -1,0 +1,27 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "RunHistory/RunHistory.h"
+
+namespace brio::tools {
+
+/// The runs of `--run`: one ("13000"), several ("13000-13010", both ends included) or all from one on
+/// ("13000-").
+struct RunRange {
+  int first = 0;
+  int last = 0;
+  bool isOpen = false;
+  bool isRange = false;
+};
+
+/// Nothing for a text that is no run and no range of runs.
+std::optional<RunRange> ParseRunRange(const std::string& text);
+
+/// The number of the last run in the runs table of a detector. \throws std::runtime_error with the reason
+/// when the table cannot be read or has no run
+int LastRun(const std::string& detector);
+
+}  // namespace brio::tools
