@@ -1,6 +1,9 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <exception>
+#include <iostream>
 #include <string>
 
 #include "database/ConnectionStatistics.h"
@@ -25,6 +28,8 @@ Activity ActivityOf(Action action) {
   CapturedOutput streams;
   action();
   const auto after = dbi::ConnectionStatistics::Now();
+  // What a failed check inside wrote was captured too.
+  if (testing::Test::HasFailure()) { std::cerr << streams.StandardOutput() << streams.StandardError(); }
   return {streams.StandardOutput(),
           streams.StandardError(),
           after.connectionAttempts - before.connectionAttempts,

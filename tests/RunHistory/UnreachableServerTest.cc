@@ -92,12 +92,12 @@ public:
 
   const std::string& Folder() const { return folder_; }
   void Start() { Sandbox("up"); }
-  /// As after a loss of power, as far as clients can tell.
+  /// Disconnects everybody and keeps the data.
   void Stop() {
     pid_t server = 0;
     std::ifstream(folder_ + "/data/postmaster.pid") >> server;
     ASSERT_GT(server, 1);
-    ASSERT_EQ(kill(server, SIGQUIT), 0);
+    ASSERT_EQ(kill(server, SIGINT), 0);
     for (int wait = 0; wait < 1000 && kill(server, 0) == 0; ++wait) {
       std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
@@ -119,8 +119,7 @@ TEST(StoppedServer, FailsTheNextLoadAndServesTheOneAfterItsReturn) {
   const EnvironmentVariable database("BRIO_DATABASE", server::Template("own"));
   server::Query("own_birch",
                 "INSERT INTO daq.runs (run, tstart) VALUES (13000, '2016-03-01 03:00:00');"
-                "INSERT INTO daq.daqresourcesbyrun VALUES (13000, 'dcm', 'dcm-2-01-01', 'Birch', '');"
-                "CHECKPOINT");
+                "INSERT INTO daq.daqresourcesbyrun VALUES (13000, 'dcm', 'dcm-2-01-01', 'Birch', '')");
   CapturedMessages messages;
   RunHistory run(13000, "Birch");
   EXPECT_TRUE(run.LoadDAQRunHistory());
