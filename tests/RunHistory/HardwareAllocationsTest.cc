@@ -36,6 +36,9 @@ long AllocationsOf(const Action& action) {
 
 class HardwareAllocations : public testing::Test {
 protected:
+  // The channel map is made by the first who asks for it.
+  HardwareAllocations() { daqchannelmap::DAQChannelMap::getInstance(briodaq::cnv::Birch); }
+
   test::EnvironmentVariable address_{"BRIO_DATABASE", test::server::Template("small")};
 };
 
