@@ -90,7 +90,7 @@ const std::vector<QuantityInfo>& Quantities() {
       {Quantity::Enabled, "enabled", "enabled boards", "", Depth::Configuration},
       {Quantity::Threshold, "threshold", "mean threshold of a board's enabled pixels", "ADC counts",
        Depth::Configuration},
-      {Quantity::Gain, "gain", "mean gain of a board's pixels", "gain", Depth::Settings},
+      {Quantity::Gain, "gain", "mean gain of a board's pixels, nominally 100", "", Depth::Settings},
       {Quantity::Voltage, "voltage", "APD bias voltage", "V", Depth::Settings},
       {Quantity::Temperature, "temperature", "APD temperature", "°C", Depth::Settings}};
   return kQuantities;

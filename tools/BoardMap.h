@@ -15,7 +15,7 @@ struct QuantityInfo {
   Quantity quantity;
   const char* name;
   const char* title;
-  /// Empty for yes or no.
+  /// Empty for yes or no, and for a gain.
   const char* unit;
   Depth depth;
 };
@@ -50,7 +50,9 @@ struct BoardMap {
   int run = 0;
   std::vector<Board> boards;
 
-  bool IsYesNo() const { return quantity.unit[0] == '\0'; }
+  bool IsYesNo() const {
+    return quantity.quantity == Quantity::Installed || quantity.quantity == Quantity::Enabled;
+  }
   int Count(BoardState state) const;
 };
 

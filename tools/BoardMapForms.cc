@@ -25,9 +25,17 @@ Module ModuleOf(const BoardMap& map, const Board& board) {
 
 }  // namespace
 
+std::string UnitSuffix(const BoardMap& map) {
+  return map.quantity.unit[0] == '\0' ? "" : std::string(" ") + map.quantity.unit;
+}
+
+std::string TitledUnit(const BoardMap& map) {
+  const std::string unit = map.quantity.unit;
+  return map.quantity.title + (unit.empty() ? "" : " (" + unit + ")");
+}
+
 std::string TitleOf(const BoardMap& map) {
-  const std::string unit = map.IsYesNo() ? "" : std::string(" (") + map.quantity.unit + ")";
-  return map.detector + ", run " + std::to_string(map.run) + ": " + map.quantity.title + unit;
+  return map.detector + ", run " + std::to_string(map.run) + ": " + TitledUnit(map);
 }
 
 std::string ValueText(const BoardMap& map, double value) {
@@ -35,8 +43,7 @@ std::string ValueText(const BoardMap& map, double value) {
     case Quantity::Installed:
     case Quantity::Enabled:
     case Quantity::Voltage: return Fixed(value, 0);
-    case Quantity::Threshold:
-    case Quantity::Gain: return Fixed(value, 1);
+    case Quantity::Threshold: return Fixed(value, 1);
     default: return Fixed(value, 2);
   }
 }
@@ -93,7 +100,7 @@ Json JsonForm(const BoardMap& map) {
   return {{"detector", map.detector},
           {"run", map.run},
           {"quantity", map.quantity.name},
-          {"unit", map.IsYesNo() ? Json() : Json(map.quantity.unit)},
+          {"unit", map.quantity.unit[0] == '\0' ? Json() : Json(map.quantity.unit)},
           {"boards", std::move(boards)}};
 }
 

@@ -21,6 +21,10 @@ Json JsonForm(const BoardMap& map);
 
 /// "Birch, run 13000: mean threshold of a board's enabled pixels (ADC counts)".
 std::string TitleOf(const BoardMap& map);
+/// The quantity's title with its unit, and " V" to set behind a value; quantities without a unit have
+/// neither.
+std::string TitledUnit(const BoardMap& map);
+std::string UnitSuffix(const BoardMap& map);
 /// A value with as many digits as its quantity deserves.
 std::string ValueText(const BoardMap& map, double value);
 

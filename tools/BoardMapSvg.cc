@@ -57,7 +57,7 @@ std::string Rectangle(double x, double y, double width, double height, const std
 const char* FillOf(BoardState state) {
   switch (state) {
     case BoardState::Absent: return "#e4e4e4";
-    case BoardState::NotInstalled: return "url(#not-installed)";
+    case BoardState::NotInstalled: return "#ffffff";
     case BoardState::NotEnabled: return "url(#not-enabled)";
     case BoardState::NoValue: return "url(#no-value)";
     default: return kYesColor;
@@ -65,7 +65,6 @@ const char* FillOf(BoardState state) {
 }
 
 constexpr const char* kPatterns = R"svg(<defs>
-<pattern id="not-installed" width="5" height="9" patternUnits="userSpaceOnUse"><rect width="5" height="9" fill="#ffffff"/><circle cx="2.5" cy="4.5" r="0.9" fill="#555555"/></pattern>
 <pattern id="not-enabled" width="3" height="3" patternUnits="userSpaceOnUse" patternTransform="rotate(45)"><rect width="3" height="3" fill="#ffffff"/><rect width="1.6" height="3" fill="#c8360a"/></pattern>
 <pattern id="no-value" width="3" height="3" patternUnits="userSpaceOnUse"><rect width="3" height="3" fill="#ffffff"/><rect width="3" height="1.4" fill="#000000"/></pattern>
 </defs>
@@ -125,10 +124,13 @@ std::string Cell(const Layout& layout, const BoardMap& map, const ColorScale& sc
   } else if (map.IsYesNo()) {
     what += map.quantity.name;
   } else {
-    what += ValueText(map, board.value) + " " + map.quantity.unit;
+    what += ValueText(map, board.value) + UnitSuffix(map);
   }
   const bool isOutside = good && !map.IsYesNo() && !scale.Contains(board.value);
-  const std::string outline = isOutside ? " stroke=\"#000000\" stroke-width=\"0.9\"" : "";
+  const bool isEmpty = board.state == BoardState::NotInstalled;
+  const std::string outline = isOutside ? " stroke=\"#000000\" stroke-width=\"0.9\""
+                              : isEmpty ? " stroke=\"#444444\" stroke-width=\"0.5\""
+                                        : "";
   return Rectangle(layout.X(board.diblock) + board.port * kCellWidth,
                    layout.Y(board.diblock) + (board.dcm - 1) * kCellHeight, kCellWidth, kCellHeight,
                    "class=\"board\" fill=\"" + fill + "\"" + outline, "<title>" + Escaped(what) + "</title>");
@@ -150,8 +152,7 @@ std::string ScaleBar(double y, const BoardMap& map, const ColorScale& scale) {
     bar += Text(kLeft + part * kScaleWidth, y + 23, kSmall, "middle",
                 ValueText(map, scale.low + part * (scale.high - scale.low)));
   }
-  bar += Text(kLeft + kScaleWidth / 2, y + 36, 10, "middle",
-              std::string(map.quantity.title) + ", " + map.quantity.unit);
+  bar += Text(kLeft + kScaleWidth / 2, y + 36, 10, "middle", TitledUnit(map));
   const auto beyond = [&](auto test) {
     return std::to_string(std::count_if(map.boards.begin(), map.boards.end(), [&](const Board& board) {
       return board.state == BoardState::Good && test(board.value);
@@ -177,7 +178,7 @@ std::string Legend(const Layout& layout, const BoardMap& map, const ColorScale& 
     legend +=
         Rectangle(x, y, 15, kCellHeight,
                   std::string("stroke=\"#000000\" stroke-width=\"0.4\" fill=\"") + FillOf(state) + "\"");
-    legend += Text(x + 22, y + 8, 10, "start", name + ": " + std::to_string(map.Count(state)) + " boards");
+    legend += Text(x + 22, y + 8, 10, "start", name + ": " + std::to_string(map.Count(state)));
     y += 16;
   }
   return legend + "</g>\n";

@@ -99,7 +99,7 @@ std::string ScaleLegend(const BoardMap& map, const ColorScale& scale, bool color
     }
   }
   const auto text = [&](double value) { return ValueText(map, value); };
-  const std::string unit = std::string(" ") + map.quantity.unit;
+  const std::string unit = UnitSuffix(map);
   std::string legend;
   if (below > 0) {
     legend +=

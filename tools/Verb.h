@@ -34,8 +34,12 @@ struct Verb {
 Action PrepareDump(CLI::App& command, const Options& options);
 /// `runhistory show`: one screen on a run.
 Action PrepareShow(CLI::App& command, const Options& options);
+/// `runhistory channel CHANNEL…`: where channels are, what is installed there and how it was set.
+Action PrepareChannel(CLI::App& command, const Options& options);
 /// `runhistory map QUANTITY`: a quantity over the whole detector, as text, picture or table.
 Action PrepareMap(CLI::App& command, const Options& options);
+/// `runhistory diff RUN_A RUN_B`: what changed between two runs.
+Action PrepareDiff(CLI::App& command, const Options& options);
 /// `runhistory mask`: the good-diblock mask, the analysis mask and what the rule does.
 Action PrepareMask(CLI::App& command, const Options& options);
 /// `runhistory dq`: the data-quality records of the subruns.
