@@ -33,14 +33,15 @@ RunHistory& RunWith(long nRecords) {
 
 enum class Order { InTime, Random };
 
+/// Times to ask for: events that come ten to a record, from the middle of the records on; or any times.
 std::vector<long> Times(long nRecords, Order order) {
   std::mt19937_64 random(1);
   std::uniform_int_distribution<long> anyTime(0, kStep * (nRecords + 1));
   std::vector<long> times(kQuestions);
+  long next = kStep * nRecords / 2;
   for (long& time : times) {
-    time = anyTime(random);
+    time = order == Order::InTime ? next++ : anyTime(random);
   }
-  if (order == Order::InTime) { std::sort(times.begin(), times.end()); }
   return times;
 }
 
