@@ -46,7 +46,8 @@ public:
 
   /// The record before the first one whose time is at or after `time`, counted from the front, whatever
   /// stands behind that one; null when that one is the first, or there are no records. Takes logarithmic time
-  /// in any order of records, constant time when asked again near the last answer.
+  /// in any order of records, nearly constant time where they are evenly spread, and constant time when the
+  /// answer is the same as the last one.
   const Record* Before(long time) {
     const std::size_t stop = FirstNotBefore(time);
     lastStop_ = stop;
@@ -67,8 +68,41 @@ private:
     }
     const bool sameAsLast = (lastStop_ == 0 || IsBefore(lastStop_ - 1, time)) &&
                             (lastStop_ == records_.size() || !IsBefore(lastStop_, time));
-    if (sameAsLast) { return lastStop_; }
-    const auto record = std::partition_point(records_.begin(), records_.end(),
+    return sameAsLast ? lastStop_ : FirstInOrderNotBefore(time);
+  }
+
+  /// In records that are in time order: starts where the time would be if they were evenly spread, and from
+  /// there takes steps that double.
+  std::size_t FirstInOrderNotBefore(long time) const {
+    if (records_.empty() || records_.back().time < time) { return records_.size(); }
+    if (records_.front().time >= time) { return 0; }
+    std::size_t before = 0;
+    std::size_t notBefore = records_.size() - 1;
+    const auto first = static_cast<double>(records_.front().time);
+    const auto last = static_cast<double>(records_.back().time);
+    const double fraction = std::clamp((static_cast<double>(time) - first) / (last - first), 0.0, 1.0);
+    const auto guess = static_cast<std::size_t>(fraction * static_cast<double>(notBefore));
+    if (IsBefore(guess, time)) {
+      before = guess;
+      for (std::size_t step = 1; notBefore - before > step; step *= 2) {
+        if (!IsBefore(before + step, time)) {
+          notBefore = before + step;
+          break;
+        }
+        before += step;
+      }
+    } else {
+      notBefore = guess;
+      for (std::size_t step = 1; notBefore - before > step; step *= 2) {
+        if (IsBefore(notBefore - step, time)) {
+          before = notBefore - step;
+          break;
+        }
+        notBefore -= step;
+      }
+    }
+    const auto record = std::partition_point(records_.begin() + static_cast<std::ptrdiff_t>(before) + 1,
+                                             records_.begin() + static_cast<std::ptrdiff_t>(notBefore),
                                              [&](const Record& candidate) { return candidate.time < time; });
     return static_cast<std::size_t>(record - records_.begin());
   }

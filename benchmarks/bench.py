@@ -1,0 +1,70 @@
+#!/usr/bin/python3
+"""Measures the library beside programs that do without it, and prints one table. scripts/bench builds what this
+runs and brings up the server that it asks."""
+
+import argparse
+import os
+import re
+import subprocess
+import sys
+import tempfile
+
+from driver.clients import storm
+from driver.loads import Loads
+from driver.programs import Programs, say
+from driver.questions import Questions
+from driver.table import Table, machine
+
+
+def read_arguments():
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("--programs", required=True, help="folder of the built programs")
+    parser.add_argument("--rounds", type=int, default=9, help="interleaved rounds of each measurement (default: 9)")
+    parser.add_argument("--quick", action="store_true",
+                        help="one round, and only answers and counts are judged, not times")
+    parser.add_argument("--only", choices=["loads", "growth", "questions", "clients"], help="only this part")
+    return parser.parse_args()
+
+
+def main():
+    options = read_arguments()
+    if "BRIO_DATABASE" not in os.environ:
+        sys.exit("bench.py: BRIO_DATABASE must name a private server; see sandbox/sandbox --help")
+    template = os.environ["BRIO_DATABASE"]
+    database = template.replace("{detector}", "birch")
+    server_socket = re.search(r"host=(\S+)", template).group(1)
+    version = subprocess.run(["psql", "-XAt", "-d", database, "-c", "SHOW server_version"], capture_output=True,
+                             text=True, check=True).stdout.split()[0]
+    programs = Programs(options.programs, database, 1 if options.quick else options.rounds)
+    table = Table(judge_times=not options.quick)
+    load_before = os.getloadavg()[0]
+
+    def wanted(part):
+        return options.only in (None, part)
+    with tempfile.TemporaryDirectory(prefix="brio-bench-", dir="/tmp") as folder:
+        loads = Loads(programs, os.path.join(folder, "statements"), os.path.dirname(os.path.abspath(__file__)))
+        questions = Questions(programs, options.quick)
+        if wanted("loads"):
+            loads.count(table)
+            loads.whole(table)
+            loads.parts(table)
+        if wanted("growth"):
+            loads.growth(table)
+        if wanted("questions"):
+            questions.channels(table)
+            questions.records(table)
+        if wanted("clients"):
+            with tempfile.TemporaryDirectory(prefix="brio-pool-", dir="/tmp") as pool:
+                storm(table, programs, pool, server_socket, 50 if options.quick else 1000)
+    print(table.markdown())
+    print(f"\nMedians of {programs.rounds} interleaved rounds. Machine: {machine(version)}. "
+          f"Load average before and after: {load_before:.1f}, {os.getloadavg()[0]:.1f}.")
+    if table.missed:
+        print(f"Bars missed: {', '.join(table.missed)}.")
+    if table.wrong:
+        say(f"WRONG: {', '.join(table.wrong)}")
+    return 1 if table.wrong else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,75 @@
+"""Questions that are answered from memory, measured with Google Benchmark."""
+
+import json
+import statistics
+import subprocess
+import sys
+import tempfile
+
+from driver.programs import say
+from driver.table import nanoseconds
+
+RECORDS = ("10", "1000", "1000000")
+
+
+class Questions:
+    def __init__(self, programs, quick):
+        self.programs = programs
+        self.quick = quick
+
+    def measure(self, name):
+        """Runs by benchmark name. Repetitions of different benchmarks are interleaved."""
+        say(name)
+        # To a file: the library writes to standard output while it loads.
+        with tempfile.NamedTemporaryFile(mode="r", suffix=".json") as report:
+            arguments = [self.programs.path(name), f"--benchmark_out={report.name}", "--benchmark_out_format=json",
+                         "--benchmark_enable_random_interleaving=true",
+                         f"--benchmark_repetitions={self.programs.rounds}",
+                         f"--benchmark_min_time={0.001 if self.quick else 0.3}"]
+            done = subprocess.run(arguments, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True, check=False)
+            if done.returncode != 0:
+                sys.stderr.write(done.stderr)
+                raise RuntimeError(f"{name} ended with status {done.returncode}")
+            measured = json.load(report)["benchmarks"]
+        runs = {}
+        for run in measured:
+            if run["run_type"] == "iteration":
+                runs.setdefault(run["run_name"], []).append(run)
+        return runs
+
+    @staticmethod
+    def check(table, name, runs):
+        errors = {run["error_message"] for run in runs if run.get("error_occurred")}
+        if errors:
+            table.fact(f"answers of {name}", "; ".join(sorted(errors)), "right")
+        return not errors
+
+    @staticmethod
+    def nanoseconds(runs):
+        return statistics.median(1e9 * run["seconds"] for run in runs)
+
+    def channels(self, table):
+        runs = self.measure("channel_questions")
+        bars = {"GetThreshold/DAQ": 12, "GetPixelGain/DAQ": 12, "HasAPD/DAQ": 12, "GetThreshold/offline": 24,
+                "GetPixelGain/offline": 24, "HasAPD/offline": 24, "GetFEB/DAQ": 150, "GetPixelGains/DAQ": 150}
+        table.heading("One question about a channel, all 344,064 in channel order")
+        for name, bar in bars.items():
+            if not self.check(table, name, runs[name]):
+                continue
+            table.at_most(name.replace("/DAQ", ", by DAQ channel").replace("/offline", ", by offline channel"), self.nanoseconds(runs[name]), bar, nanoseconds)
+            if bar < 100:
+                table.fact(f"allocations of {name.replace('/', ', ')}", runs[name][0]["allocations"], 0.0)
+
+    def records(self, table):
+        runs = self.measure("channel_records")
+        table.heading("One question about a channel's records (10; 1,000; 1,000,000 of them)")
+        for question in ("IsBad", "Occupancy"):
+            for order, text in (("in-time", "in the order of time"), ("random", "at random times")):
+                names = [f"{question}/{order}/{n}" for n in RECORDS]
+                if not all([self.check(table, name, runs[name]) for name in names]):
+                    continue
+                few, some, many = (self.nanoseconds(runs[name]) for name in names)
+                table.ratio_at_most(f"{question} {text} (1,000: {nanoseconds(some)})", many, few, 3.0, nanoseconds)
+        for name, text in (("channels/fill", "SetIsBad"), ("channels/ask", "IsBad")):
+            if self.check(table, name, runs[name]):
+                table.note(f"{text} for all 344,064 channels, each", nanoseconds(self.nanoseconds(runs[name])))
