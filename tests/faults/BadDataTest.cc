@@ -197,6 +197,7 @@ TEST_P(BadData, IsAnsweredInEveryColumn) {
   }
   ASSERT_EQ(good, near ? "POT false, quality of another number of subruns" : "as if all were well");
 
+  std::ostringstream outcomes;
   for (const char* column : GetParam().columns) {
     for (const auto& value : kBadValues) {
       SCOPED_TRACE(table + "." + column + ": " + value.name);
@@ -212,10 +213,11 @@ TEST_P(BadData, IsAnsweredInEveryColumn) {
       ASSERT_EQ(Execute("SELECT count(*) FROM daq.runs"), "2") << "nothing is written";
       CheckRule({table + "." + column, StoredText(table, column)}, run, outcome, error);
       PutBack(table, column, asText);
-      std::cout << "  " << std::left << std::setw(52) << table + "." + column << std::setw(20) << value.name
-                << (asText ? "(as text) " : "          ") << outcome << "\n";
+      outcomes << "  " << std::left << std::setw(52) << table + "." + column << std::setw(20) << value.name
+               << (asText ? "(as text) " : "          ") << outcome << "\n";
     }
   }
+  std::cout << outcomes.str();
 }
 
 INSTANTIATE_TEST_SUITE_P(Tables, BadData, testing::ValuesIn(ReadTables()), [](const auto& table) {
