@@ -80,7 +80,9 @@ private:
     std::size_t notBefore = records_.size() - 1;
     const auto first = static_cast<double>(records_.front().time);
     const auto last = static_cast<double>(records_.back().time);
-    const double fraction = std::clamp((static_cast<double>(time) - first) / (last - first), 0.0, 1.0);
+    // Times too close together for a double give no hint.
+    const double fraction =
+        last > first ? std::clamp((static_cast<double>(time) - first) / (last - first), 0.0, 1.0) : 0.0;
     const auto guess = static_cast<std::size_t>(fraction * static_cast<double>(notBefore));
     if (IsBefore(guess, time)) {
       before = guess;
