@@ -137,7 +137,6 @@ TEST_F(StoredGains, OfExactlyTenAboveOrBelowAreAccepted) {
   EXPECT_EQ(Board(run, 0).pixelGains, std::vector<float>(32, 90.0F));
   EXPECT_EQ(Board(run, 1).avgGain, 110.0F);
   EXPECT_EQ(Board(run, 1).pixelGains, std::vector<float>(32, 110.0F));
-  // In single precision the nearest neighbours would count as exactly ten away as well.
   EXPECT_EQ(Board(run, 2).avgGain, 100.0F);
   EXPECT_EQ(Board(run, 3).avgGain, 100.0F);
   EXPECT_THAT(Errors(), testing::SizeIs(2));

@@ -102,6 +102,21 @@ TEST(PixelConfiguration, AsksOnlyForTheRunsDCMs) {
   EXPECT_THAT(DCMOf(run, 1, 6).febs, IsEmpty());
 }
 
+TEST(PixelConfiguration, LeavesInactiveDCMsAsTheyWere) {
+  const ConfiguredSite site;
+  site.AddRun(kRun, 77, {kDCM, "dcm-2-03-06"});
+  site.AddOrdinaryConfiguration(77, {kDCM});
+  RunHistory run(kRun, "Birch");
+  const CapturedOutput output;
+  ASSERT_TRUE(run.LoadHardwareInfo());
+  auto& inactive = DCMOf(run, 0, 6);
+  inactive.isActive = false;
+  inactive.febEnableMask = 5;
+  ASSERT_TRUE(run.LoadPixelInfo(0)) << "it is not asked for either";
+  EXPECT_EQ(inactive.febEnableMask, 5U);
+  EXPECT_EQ(run.NEnabledFEBs(), 64);
+}
+
 TEST(PixelConfiguration, OfARunWithoutDCMsIsEmptyAndAsksNothing) {
   const ConfiguredSite site;
   site.AddRun(kRun, 9999, {});

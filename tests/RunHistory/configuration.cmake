@@ -1,8 +1,8 @@
 # DAQ configuration, slow controls, and whole-run loading.
 brio_server_test(RunHistory.configuration
   SOURCES ConfiguredSite.cc SampleConfigurationTest.cc PixelConfigurationTest.cc PixelRetriesTest.cc
-          ThresholdQuestionsTest.cc
-          CoolingTest.cc APDSettingsTest.cc APDGainsTest.cc WholeRunTest.cc WholeRunRecoveryTest.cc
+          ThresholdQuestionsTest.cc CoolingTest.cc APDSettingsTest.cc APDGainsTest.cc WholeRunTest.cc
+          WholeRunRecoveryTest.cc
   LIBS brio::RunHistory)
 brio_server_test(RunHistory.configuration.full
   SOURCES FullConfigurationTest.cc

@@ -82,6 +82,23 @@ TEST_F(PixelThresholdsLookUp, AsksOnceForAllDCMs) {
   EXPECT_EQ(dbi::ConnectionStatistics::Now().statementsSent, after.statementsSent) << "answers from memory";
 }
 
+TEST_F(PixelThresholdsLookUp, KeepsToTheConfigurationAndTheDCMs) {
+  AddConfiguration(77);
+  AddConfiguration(78);
+  AddThresholds(78, "dcm-2-01-01", Repeated("0033", 2048));
+  AddThresholds(77, "dcm-2-01-01", Repeated("0032", 2048));
+  AddThresholds(77, "dcm-2-01-02", Repeated("0034", 2048));
+  AddThresholds(76, "dcm-2-01-01", Repeated("0035", 2048));
+  std::vector<short> thresholds;
+  for (const auto& [configId, expected] : {std::pair(77LL, 0x32), std::pair(78LL, 0x33)}) {
+    const PixelThresholds lookUp(configId, {"dcm-2-01-01"});
+    ASSERT_TRUE(lookUp.hasValidData());
+    ASSERT_TRUE(lookUp.getThresholdsForFEB("dcm-2-01-01", 0, thresholds));
+    EXPECT_EQ(thresholds, std::vector<short>(32, static_cast<short>(expected)));
+    EXPECT_FALSE(lookUp.getThresholdsForFEB("dcm-2-01-02", 0, thresholds)) << "not asked for";
+  }
+}
+
 TEST_F(PixelThresholdsLookUp, OfNoDCMsIsValidWithoutAQuestion) {
   const auto before = dbi::ConnectionStatistics::Now();
   const PixelThresholds lookUp(77, {});
