@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <fstream>
 #include <regex>
+#include <set>
 #include <sstream>
 #include <stdexcept>
 
@@ -126,15 +127,18 @@ std::vector<ExpectedDatabase> ExpectedDatabases(const std::string& detector) {
 
 std::string RunTablesSql() {
   std::string sql = "-- Run tables, by their definitions in RunHistory/tables.\n";
+  std::set<std::string> schemas;
   for (const char* table : kRunTables) {
     const auto definition = Definition(table);
+    if (schemas.insert(definition.schema).second) {
+      sql += "CREATE SCHEMA IF NOT EXISTS " + Quoted(definition.schema) + ";\n";
+    }
     const std::string schema = Quoted(definition.schema);
     std::string columns;
     for (const auto& column : definition.columns) {
       columns += (columns.empty() ? "\n  " : ",\n  ") + Quoted(column.Name()) + " " + column.Type();
     }
-    sql += "CREATE SCHEMA IF NOT EXISTS " + schema + ";\nCREATE TABLE " + schema + "." +
-           Quoted(definition.name) + " (" + columns + "\n);\n\n";
+    sql += "CREATE TABLE " + schema + "." + Quoted(definition.name) + " (" + columns + "\n);\n\n";
   }
   return sql;
 }
