@@ -4,6 +4,10 @@ include(CMakePackageConfigHelpers)
 
 install(DIRECTORY RunHistory/tables DESTINATION ${CMAKE_INSTALL_DATADIR}/brio/RunHistory
   FILES_MATCHING PATTERN "*.xml")
+install(DIRECTORY RunHistory/sql DESTINATION ${CMAKE_INSTALL_DATADIR}/brio/RunHistory
+  FILES_MATCHING PATTERN "*.sql")
+install(FILES experiment/daqconfig/daqconfig.sql DESTINATION ${CMAKE_INSTALL_DATADIR}/brio/experiment/daqconfig)
+install(FILES experiment/dcs/slowcontrol.sql DESTINATION ${CMAKE_INSTALL_DATADIR}/brio/experiment/dcs)
 
 get_property(brio_targets GLOBAL PROPERTY BRIO_INSTALLED_TARGETS)
 install(TARGETS ${brio_targets} EXPORT brioTargets

@@ -33,12 +33,6 @@ std::string CheckRuns(const std::string& text) {
   return "\"" + text + "\" is no run and no range of runs";
 }
 
-std::string CheckSingleRun(const std::string& text) {
-  const auto range = ParseRunRange(text);
-  if (!range || !range->isRange) { return {}; }
-  return "\"" + text + "\" is a range; this verb answers for one run";
-}
-
 }  // namespace
 
 void AddSharedOptions(CLI::App& command, Options& options) {
@@ -76,6 +70,12 @@ void AddSharedOptions(CLI::App& command, Options& options) {
       .add_option("--database", options.database,
                   "Where the databases are, in the form of BRIO_DATABASE, which it overrides")
       ->type_name("STRING");
+}
+
+std::string CheckSingleRun(const std::string& text) {
+  const auto range = ParseRunRange(text);
+  if (!range || !range->isRange) { return {}; }
+  return "\"" + text + "\" is a range; this verb answers for one run";
 }
 
 void RequireDetector(CLI::App& command) { command.get_option("--detector")->required(); }

@@ -38,6 +38,9 @@ void RequireRun(CLI::App& command);
 /// The same for a verb that also answers for a range of runs.
 void RequireRuns(CLI::App& command);
 
+/// A check of --run that refuses a range.
+std::string CheckSingleRun(const std::string& text);
+
 /// Whether the answer is coloured: on a terminal, unless --no-color or NO_COLOR says otherwise.
 bool UsesColor(const Options& options);
 

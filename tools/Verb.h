@@ -46,5 +46,9 @@ Action PrepareMask(CLI::App& command, const Options& options);
 Action PrepareDQ(CLI::App& command, const Options& options);
 /// `runhistory pot`: the protons on target.
 Action PreparePOT(CLI::App& command, const Options& options);
+/// `runhistory check`: whether a detector's databases are there, and whether a run can be loaded from them.
+Action PrepareCheck(CLI::App& command, const Options& options);
+/// `runhistory schema`: the CREATE statements of the tables that a site needs.
+Action PrepareSchema(CLI::App& command, const Options& options);
 
 }  // namespace brio::tools

@@ -19,6 +19,8 @@ constexpr Verb kVerbs[] = {
     {"dq", "The data-quality records of the subruns", PrepareDQ},
     {"pot", "The protons on target", PreparePOT},
     {"diff", "What changed between two runs", PrepareDiff},
+    {"check", "Whether a run can be loaded from a detector's databases", PrepareCheck},
+    {"schema", "Print the CREATE statements of the tables that a site needs", PrepareSchema},
     {"dump", "Print the dump of a run", PrepareDump, true},
 };
 

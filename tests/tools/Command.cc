@@ -1,6 +1,7 @@
 #include "tests/tools/Command.h"
 
 #include <fcntl.h>
+#include <pty.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -31,7 +32,8 @@ std::string Contents(std::FILE* file) {
   return text;
 }
 
-int RunProcess(const std::vector<std::string>& arguments, std::FILE* output, std::FILE* error) {
+/// In the child: becomes the command.
+[[noreturn]] void Become(const std::vector<std::string>& arguments) {
   std::vector<char*> argv;
   std::string program = BRIO_RUNHISTORY;
   argv.push_back(program.data());
@@ -40,35 +42,64 @@ int RunProcess(const std::vector<std::string>& arguments, std::FILE* output, std
     argv.push_back(argument.data());
   }
   argv.push_back(nullptr);
+  execv(argv[0], argv.data());
+  _exit(127);
+}
 
-  const pid_t child = fork();
-  if (child < 0) { throw std::runtime_error("cannot fork"); }
-  if (child == 0) {
-    dup2(fileno(output), STDOUT_FILENO);
-    dup2(fileno(error), STDERR_FILENO);
-    execv(argv[0], argv.data());
-    _exit(127);
-  }
+int StatusOf(pid_t child) {
   int status = 0;
   if (waitpid(child, &status, 0) != child) { throw std::runtime_error("cannot wait for the command"); }
   return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
 }
 
+int RunProcess(const std::vector<std::string>& arguments, std::FILE* input, std::FILE* output,
+               std::FILE* error) {
+  const pid_t child = fork();
+  if (child < 0) { throw std::runtime_error("cannot fork"); }
+  if (child == 0) {
+    dup2(fileno(input), STDIN_FILENO);
+    dup2(fileno(output), STDOUT_FILENO);
+    dup2(fileno(error), STDERR_FILENO);
+    Become(arguments);
+  }
+  return StatusOf(child);
+}
+
 }  // namespace
 
-CommandResult RunHistoryCommand(const std::vector<std::string>& arguments) {
+CommandResult RunHistoryCommand(const std::vector<std::string>& arguments, const std::string& input) {
+  const File in = Scratch();
   const File output = Scratch();
   const File error = Scratch();
-  const int status = RunProcess(arguments, output.get(), error.get());
+  std::fwrite(input.data(), 1, input.size(), in.get());
+  std::rewind(in.get());
+  const int status = RunProcess(arguments, in.get(), output.get(), error.get());
   return {status, Contents(output.get()), Contents(error.get())};
 }
 
 CommandResult RunHistoryCommandInto(const std::string& file, const std::vector<std::string>& arguments) {
   const File output(std::fopen(file.c_str(), "r+"), &std::fclose);
   if (!output) { throw std::runtime_error("cannot open " + file); }
+  const File input = Scratch();
   const File error = Scratch();
-  const int status = RunProcess(arguments, output.get(), error.get());
+  const int status = RunProcess(arguments, input.get(), output.get(), error.get());
   return {status, {}, Contents(error.get())};
+}
+
+CommandResult RunHistoryCommandOnTerminal(const std::vector<std::string>& arguments) {
+  int terminal = -1;
+  const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);
+  if (child < 0) { throw std::runtime_error("cannot make a terminal"); }
+  if (child == 0) { Become(arguments); }
+  CommandResult result;
+  std::array<char, 4096> buffer{};
+  // When the command has ended, reading its terminal fails.
+  for (ssize_t size = 0; (size = read(terminal, buffer.data(), buffer.size())) > 0;) {
+    result.output.append(buffer.data(), static_cast<std::size_t>(size));
+  }
+  close(terminal);
+  result.status = StatusOf(child);
+  return result;
 }
 
 }  // namespace brio::test

@@ -12,10 +12,14 @@ struct CommandResult {
   std::string error;
 };
 
-/// Runs the runhistory command with this process's environment and waits for its end.
-CommandResult RunHistoryCommand(const std::vector<std::string>& arguments);
+/// Runs the runhistory command with this process's environment, and a text on standard input, and waits for
+/// its end.
+CommandResult RunHistoryCommand(const std::vector<std::string>& arguments, const std::string& input = "");
 
 /// The same with standard output going to a file that exists, a device say; `output` stays empty.
 CommandResult RunHistoryCommandInto(const std::string& file, const std::vector<std::string>& arguments);
+
+/// The same with both streams on one terminal; `output` has what was shown on it.
+CommandResult RunHistoryCommandOnTerminal(const std::vector<std::string>& arguments);
 
 }  // namespace brio::test

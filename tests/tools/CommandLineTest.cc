@@ -55,7 +55,42 @@ INSTANTIATE_TEST_SUITE_P(
                     Arguments{"dump", "--detector", "Unknown", "--run", "13000"},
                     Arguments{"dump", "--detector", "", "--run", "13000"},
                     Arguments{"dump", "--detector", "Birch", "--run", "13000", "--retries", "-1"},
-                    Arguments{"dump", "--detector", "Birch", "--run", "13000", "--custom-mask", "##--"}));
+                    Arguments{"dump", "--detector", "Birch", "--run", "13000", "--custom-mask", "##--"},
+                    Arguments{"dump", "--detector", "Birch", "--run", "13000-13001"},
+                    Arguments{"show", "--detector", "Birch"},
+                    Arguments{"show", "--detector", "Birch", "--run", "13001-13000"},
+                    Arguments{"show", "--detector", "Birch", "--run", "13000--13001"},
+                    Arguments{"show", "--detector", "Birch", "--run", "13000-x"},
+                    Arguments{"show", "--detector", "Birch", "--run", "-"},
+                    Arguments{"show", "--detector", "Birch", "--run", ""}, Arguments{"pot", "--run", "13000"},
+                    Arguments{"dq", "--detector", "Birch"},
+                    Arguments{"mask", "--detector", "Birch", "--run", "13000", "extra"},
+                    Arguments{"channel", "66,17", "--detector", "Birch", "--run", "13000-"},
+                    Arguments{"map", "--detector", "Birch", "--run", "13000"},
+                    Arguments{"map", "colour", "--detector", "Birch", "--run", "13000"},
+                    Arguments{"map", "gain", "--detector", "Birch", "--run", "13000", "--format", "png"},
+                    Arguments{"map", "gain", "--detector", "Birch", "--run", "13000-13001"},
+                    Arguments{"diff", "13000", "--detector", "Birch"}, Arguments{"diff", "13000", "13001"},
+                    Arguments{"diff", "13000", "x", "--detector", "Birch"}, Arguments{"check"},
+                    Arguments{"check", "--detector", "Birch", "--run", "13000-"},
+                    Arguments{"schema", "tables"}));
+
+TEST(CommandLine, HelpNamesEveryVerb) {
+  const auto help = RunHistoryCommand({"--help"}).output;
+  for (const auto* verb :
+       {"show", "channel", "map", "mask", "dq", "pot", "diff", "check", "schema", "dump"}) {
+    EXPECT_THAT(help, HasSubstr("\n  " + std::string(verb) + " "));
+    const auto result = RunHistoryCommand({verb, "--help"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_THAT(result.output, HasSubstr("-d,--detector"));
+  }
+}
+
+TEST(Answer, ThatCannotBeWrittenIsNoAnswer) {
+  const auto result = RunHistoryCommandInto("/dev/full", {"schema"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.error, "runhistory: cannot write to standard output\n");
+}
 
 TEST(CommandLine, AnUnknownDetectorIsAnsweredWithTheKnownOnes) {
   const auto result = RunHistoryCommand({"dump", "--detector", "Oak", "--run", "13000"});

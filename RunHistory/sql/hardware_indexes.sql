@@ -1,4 +1,4 @@
--- Indexes and statistics that pay for themselves; docs/operators.md says what each is good for. All that the
+-- Indexes and statistics of the hardware tables that pay for themselves; docs/operators.md says what each is good for. All that the
 -- library needs is the tables.
 
 -- The gains statement reads this index alone, in its own order (after a VACUUM). apd_id is included because
@@ -30,10 +30,3 @@ CREATE STATISTICS millpondprod_factory.module_place_statistics ON block, layer, 
 -- Near-detector hardware.
 CREATE INDEX hardware_position_place ON public.hardware_position (detector, hw_type, dcm_name, dcm_port)
   INCLUDE (block, plane, module_position, install_date, remove_date);
-
--- Run tables: each is asked for one run, in the order of the second column.
-CREATE INDEX runs_run ON daq.runs (run);
-CREATE INDEX daqresourcesbyrun_run ON daq.daqresourcesbyrun (run, appname);
-CREATE INDEX gooddiblocksvsrun_run ON dataquality.gooddiblocksvsrun (run, inserttime DESC NULLS LAST);
-CREATE INDEX dqsubruninfo_run ON dataquality.dqsubruninfo (run, version DESC NULLS LAST);
-CREATE INDEX potbyrun_run ON beam.potbyrun (run);

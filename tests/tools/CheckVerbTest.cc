@@ -1,0 +1,200 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "tests/tools/Sample.h"
+
+namespace brio::test {
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+
+CommandResult Check(const std::string& databases, Arguments more = {}) {
+  more.insert(more.begin(), "check");
+  return RunHistoryCommand(OnDatabases(databases, "Birch", more));
+}
+
+const nlohmann::json& Named(const nlohmann::json& report, const std::string& name) {
+  for (const auto& database : report["databases"]) {
+    if (database["name"] == name) { return database; }
+  }
+  throw std::runtime_error("the report has no " + name);
+}
+
+TEST(CheckVerb, FindsAllThereInTheSampleAndLoadsTheLastRun) {
+  const auto report = JsonOnSmall("Birch", {"check"});
+  EXPECT_EQ(report["can_load"], true);
+  EXPECT_EQ(report["run"], 13040);
+  ASSERT_EQ(report["databases"].size(), 4U);
+  const auto version = server::Value("postgres", "SHOW server_version");
+  for (const auto& database : report["databases"]) {
+    EXPECT_EQ(database["version"], version.substr(0, version.find(' ')));
+    EXPECT_EQ(database["database"], "small_birch");
+    EXPECT_EQ(database["user"], "brio_reader");
+    EXPECT_EQ(database["read_only"], false);
+    for (const auto* list : {"missing_tables", "missing_columns", "not_readable", "missing_indexes"}) {
+      EXPECT_TRUE(database[list].empty()) << database;
+    }
+    EXPECT_GT(database["connect_ms"], 0.0);
+    EXPECT_GT(database["look_up_ms"], 0.0);
+  }
+  ASSERT_EQ(report["steps"].size(), 4U);
+  for (const auto& step : report["steps"]) {
+    EXPECT_EQ(step["loaded"], true);
+    EXPECT_GT(step["ms"], 0.0);
+  }
+}
+
+TEST(CheckVerb, LoadsTheRunThatIsAskedFor) {
+  const auto result = Check(server::Template("small"), {"--run", "13015"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(result.output, HasSubstr("\nLoading run 13015\n  run record    loaded in "));
+  EXPECT_THAT(result.output, HasSubstr("\n  configuration failed: there is no configuration 9999"));
+  EXPECT_THAT(result.output, Not(HasSubstr("\n  settings")));
+  EXPECT_THAT(result.error, HasSubstr("runhistory: Birch: a run cannot be loaded from these databases\n"));
+}
+
+TEST(CheckVerb, NamesWhatIsMissing) {
+  const ScratchDatabases databases("small", {"birch"});
+  databases.Execute("DROP TABLE slowcontrol.apd_settings");
+  databases.Execute("ALTER TABLE daq.runs DROP COLUMN shifter");
+  databases.Execute("DROP INDEX daq.runs_run");
+  databases.Execute("REVOKE SELECT ON millpondprod_factory.apd FROM PUBLIC, brio_reader");
+  const auto result = Check(databases.Template(), {"--json"});
+  EXPECT_EQ(result.status, 1);
+  const auto report = nlohmann::json::parse(result.output);
+  EXPECT_EQ(Named(report, "slowcontrol")["missing_tables"], Arguments{"slowcontrol.apd_settings"});
+  EXPECT_EQ(Named(report, "runs")["missing_columns"], Arguments{"daq.runs.shifter"});
+  EXPECT_EQ(Named(report, "runs")["missing_indexes"], Arguments{"daq.runs_run"});
+  EXPECT_EQ(Named(report, "hardware")["not_readable"], Arguments{"millpondprod_factory.apd"});
+  EXPECT_EQ(report["can_load"], false);
+  const auto text = Check(databases.Template()).output;
+  for (const auto* line :
+       {"\n    missing table slowcontrol.apd_settings\n", "\n    missing column daq.runs.shifter\n",
+        "\n    not readable: millpondprod_factory.apd\n", "\n    missing index daq.runs_run\n"}) {
+    EXPECT_THAT(text, HasSubstr(line));
+  }
+}
+
+TEST(CheckVerb, TakesARunAsLoadedThoughSomethingItDoesNotNeedIsMissing) {
+  const ScratchDatabases databases("small", {"birch"});
+  databases.Execute("ALTER TABLE daq.runs DROP COLUMN shifter");
+  databases.Execute("DROP INDEX daq.runs_run");
+  EXPECT_EQ(Check(databases.Template()).status, 0);
+}
+
+TEST(CheckVerb, OfARunWhoseSettingsCannotBeReadHasStatusOne) {
+  const ScratchDatabases databases("small", {"birch"});
+  databases.Execute("REVOKE SELECT ON slowcontrol.apd_settings FROM PUBLIC, brio_reader");
+  const auto result = Check(databases.Template());
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(result.output, HasSubstr("\n  settings      failed: database"));
+}
+
+TEST(CheckVerb, OfANewSiteWithoutRunsGoesByTheTables) {
+  const auto result = Check(server::Template("empty"));
+  EXPECT_EQ(result.status, 0);
+  EXPECT_THAT(result.output,
+              HasSubstr("\nNo run to load: the last run of Birch cannot be told: the runs table "
+                        "is empty\n"));
+  const ScratchDatabases databases("empty", {"birch"});
+  databases.Execute("DROP TABLE beam.potbyrun");
+  EXPECT_EQ(Check(databases.Template()).status, 1);
+}
+
+TEST(CheckVerb, AsksForWhatTheDetectorNeeds) {
+  const auto tables = [](const std::string& detector) {
+    const auto output = OnSmall(detector, {"check"}).output;
+    const auto hardware = output.find("\n  hardware");
+    const auto from = output.find("\n                ", hardware);
+    return output.substr(from + 17, output.find(" tables", from) - from - 17);
+  };
+  EXPECT_EQ(tables("Birch"), "10 of 10");
+  EXPECT_EQ(tables("Alder"), "1 of 1");
+  EXPECT_EQ(tables("Cedar"), "0 of 0");
+}
+
+TEST(CheckVerb, OfADeadServerNamesTheReasonForEachDatabase) {
+  const auto result = Check("host=/nonexistent dbname={database}");
+  EXPECT_EQ(result.status, 1);
+  for (const auto* name : {"runs       ", "hardware   ", "daqconfig  ", "slowcontrol"}) {
+    EXPECT_THAT(result.output, HasSubstr("\n  " + std::string(name) + "   no answer: connection to server"));
+  }
+}
+
+TEST(CheckVerb, KnowsAReadOnlyServer) {
+  const ScratchDatabases databases("small", {"birch"});
+  databases.Execute("ALTER DATABASE " + databases.Name() + " SET default_transaction_read_only = on");
+  const auto report = nlohmann::json::parse(Check(databases.Template(), {"--json"}).output);
+  EXPECT_EQ(Named(report, "runs")["read_only"], true);
+}
+
+std::string ColumnsOf(const std::string& database) {
+  std::string text;
+  const auto rows = server::Query(
+      database,
+      "SELECT table_schema, table_name, column_name, data_type, is_nullable FROM information_schema.columns "
+      "WHERE table_schema NOT IN ('pg_catalog', 'information_schema') ORDER BY 1, 2, ordinal_position");
+  for (const auto& row : rows) {
+    for (const auto& value : row) {
+      text += value + ' ';
+    }
+    text += '\n';
+  }
+  return text;
+}
+
+std::string IndexesOf(const std::string& database) {
+  std::string text;
+  for (const auto& row :
+       server::Query(database,
+                     "SELECT indexdef FROM pg_indexes WHERE schemaname NOT IN "
+                     "('pg_catalog', 'information_schema') ORDER BY schemaname, indexname")) {
+    text += row[0] + '\n';
+  }
+  return text;
+}
+
+/// A database without any table, dropped when the object dies.
+struct BareDatabase {
+  BareDatabase() { server::Query("postgres", "CREATE DATABASE " + name + " TEMPLATE template0"); }
+  ~BareDatabase() { server::Query("postgres", "DROP DATABASE " + name + " WITH (FORCE)"); }
+  std::string name = "schema_verb_" + std::to_string(getpid());
+};
+
+TEST(SchemaVerb, MakesTheTablesThatTheLibraryReads) {
+  const BareDatabase bare;
+  const auto result = RunHistoryCommand({"schema", "--hardware", "--indexes"});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_THAT(result.error, testing::IsEmpty());
+  server::Query(bare.name, result.output);
+  const auto columns = ColumnsOf(bare.name);
+  EXPECT_THAT(columns, HasSubstr("daq runs tstart "));
+  EXPECT_EQ(columns, ColumnsOf("empty_birch"));
+  EXPECT_EQ(IndexesOf(bare.name), IndexesOf("empty_birch"));
+}
+
+TEST(SchemaVerb, LeavesTheHardwareDatabaseAloneUnlessAsked) {
+  const BareDatabase bare;
+  const auto result = RunHistoryCommand({"schema"});
+  EXPECT_EQ(result.status, 0);
+  server::Query(bare.name, result.output);
+  EXPECT_THAT(ColumnsOf(bare.name), Not(HasSubstr("millpondprod_factory")));
+  EXPECT_THAT(IndexesOf(bare.name), HasSubstr("INDEX runs_run ON daq.runs"));
+  EXPECT_THAT(result.output, Not(HasSubstr("apd_pixel_m")));
+  EXPECT_THAT(RunHistoryCommand({"schema", "--indexes"}).output, HasSubstr("CREATE INDEX apd_pixel_m_gain"));
+}
+
+TEST(SchemaVerb, SaysWhichFileIsMissing) {
+  const EnvironmentVariable nowhere("BRIO_SEARCH_PATH", "/nonexistent");
+  std::filesystem::current_path(testing::TempDir());
+  const auto result = RunHistoryCommand({"schema"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(result.error, HasSubstr("RunHistory/tables/Runs.xml"));
+}
+
+}  // namespace
+}  // namespace brio::test
