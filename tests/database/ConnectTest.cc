@@ -166,7 +166,7 @@ TEST_F(ConnectToServer, AConnectionThatWasGivenUpEndsAndCanBeHadAnew) {
   EXPECT_EQ(test::ConnectionsTo(scratch_.Name()), 1);
   table->CloseConnection();
   table->CloseConnection();
-  EXPECT_TRUE(test::IsSoonWithoutConnections(scratch_.Name()));
+  EXPECT_EQ(test::server::LastingConnections(scratch_.Name()), 0);
   PGresult* result = nullptr;
   EXPECT_FALSE(table->ExecuteSQL("SELECT 1", result));
   EXPECT_EQ(result, nullptr);
@@ -179,7 +179,7 @@ TEST_F(ConnectToServer, ATablesConnectionEndsWithIt) {
     ASSERT_TRUE(table->Load());
     EXPECT_EQ(test::ConnectionsTo(scratch_.Name()), 1);
   }
-  EXPECT_TRUE(test::IsSoonWithoutConnections(scratch_.Name()));
+  EXPECT_EQ(test::server::LastingConnections(scratch_.Name()), 0);
 }
 
 }  // namespace

@@ -96,6 +96,16 @@ INSTANTIATE_TEST_SUITE_P(
         Fault{"<table name='t'><column name='a' type='text'/></table>\n<table name='u'/>",
               "2: <table> stands behind the end of the table"}));
 
+TEST(DefinitionText, HasNoMoreColumnsThanATableCanHave) {
+  std::string text = "<table name='t'>";
+  for (int i = 0; i < 1600; ++i) {
+    text += "\n<column name='c" + std::to_string(i) + "' type='text'/>";
+  }
+  EXPECT_EQ(ParseTableDefinition(text + "</table>", "").columns.size(), 1600U);
+  EXPECT_EQ(Complaint(text + "\n<column name='more' type='text'/></table>"),
+            "t.xml: line 1602: more than 1600 columns");
+}
+
 TEST(DefinitionText, EntitiesOfADocumentTypeAreNotFollowed) {
   const test::TemporaryFolder folder;
   const std::string secret = folder.Write("secret", "integer");

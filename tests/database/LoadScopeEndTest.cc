@@ -26,7 +26,7 @@ TEST_F(LoadScopeEnd, ClosesWhatTablesStillHold) {
     const LoadScope scope;
     ASSERT_TRUE(table->Load());
   }
-  EXPECT_TRUE(test::IsSoonWithoutConnections(scratch_.Name()));
+  EXPECT_EQ(test::server::LastingConnections(scratch_.Name()), 0);
   EXPECT_THAT(Notes(*table), ElementsAre("one", "two"));  // the rows stay
   PGresult* result = nullptr;
   EXPECT_FALSE(table->ExecuteSQL("SELECT 1", result));
@@ -41,7 +41,7 @@ TEST_F(LoadScopeEnd, ByAnExceptionCommitsAndClosesToo) {
     const LoadScope inner;
     ASSERT_TRUE(Facts()->Load());
     throw std::runtime_error("load failed");
-  } catch (const std::runtime_error&) { EXPECT_TRUE(test::IsSoonWithoutConnections(scratch_.Name())); }
+  } catch (const std::runtime_error&) { EXPECT_EQ(test::server::LastingConnections(scratch_.Name()), 0); }
   EXPECT_THAT(steps.Steps(), ElementsAre(Step::Connect, Step::Begin, Step::Statement, Step::Commit));
 }
 
@@ -55,7 +55,7 @@ TEST_F(LoadScopeEnd, AfterAFailedStatementHasNothingToCommit) {
     Run(*table, "SELECT 1/0");
   }
   EXPECT_THAT(steps.Steps(), ElementsAre(Step::Connect, Step::Begin, Step::Statement));
-  EXPECT_TRUE(test::IsSoonWithoutConnections(scratch_.Name()));
+  EXPECT_EQ(test::server::LastingConnections(scratch_.Name()), 0);
   EXPECT_EQ(messages.All().size(), 1U);
 }
 
@@ -66,7 +66,7 @@ TEST_F(LoadScopeEnd, WithAConnectionThatWasNeverUsedSendsNothing) {
     ASSERT_TRUE(BareTable()->GetConnection(0));
   }
   EXPECT_THAT(steps.Steps(), ElementsAre(Step::Connect));
-  EXPECT_TRUE(test::IsSoonWithoutConnections(scratch_.Name()));
+  EXPECT_EQ(test::server::LastingConnections(scratch_.Name()), 0);
 }
 
 TEST_F(LoadScopeEnd, LeavingTheConnectionsOnTheWayReadsAfresh) {
@@ -77,7 +77,7 @@ TEST_F(LoadScopeEnd, LeavingTheConnectionsOnTheWayReadsAfresh) {
     const auto table = Facts();
     ASSERT_TRUE(table->Load());
     LoadScope::LeaveConnections();
-    EXPECT_TRUE(test::IsSoonWithoutConnections(scratch_.Name()));
+    EXPECT_EQ(test::server::LastingConnections(scratch_.Name()), 0);
     scratch_.Execute("UPDATE facts SET note = 'new'");
     ASSERT_TRUE(table->Load());
     EXPECT_THAT(Notes(*table), ElementsAre("new", "new"));
@@ -86,7 +86,7 @@ TEST_F(LoadScopeEnd, LeavingTheConnectionsOnTheWayReadsAfresh) {
   EXPECT_THAT(steps.Steps(),
               ElementsAre(Step::Connect, Step::Begin, Step::Statement, Step::Commit, Step::Connect,
                           Step::Begin, Step::Statement, Step::Statement, Step::Commit));
-  EXPECT_TRUE(test::IsSoonWithoutConnections(scratch_.Name()));
+  EXPECT_EQ(test::server::LastingConnections(scratch_.Name()), 0);
 }
 
 TEST_F(LoadScopeEnd, LeavingConnectionsOutsideAScopeIsHarmless) {
@@ -151,7 +151,7 @@ TEST_F(LoadScopeEnd, ThreadsLoadAtTheSameTime) {
   EXPECT_EQ(after.connectionsOpened - before.connectionsOpened, 20);
   EXPECT_EQ(after.transactionsBegun - before.transactionsBegun, 20);
   EXPECT_EQ(after.statementsSent - before.statementsSent, 40);
-  EXPECT_TRUE(test::IsSoonWithoutConnections(scratch_.Name()));
+  EXPECT_EQ(test::server::LastingConnections(scratch_.Name()), 0);
 }
 
 }  // namespace

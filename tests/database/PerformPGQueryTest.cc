@@ -106,7 +106,7 @@ TEST_P(RefusedQuery, IsReportedAndClosesTheConnection) {
     EXPECT_THAT(reasons, ElementsAre(HasSubstr(GetParam().reason)));
   }
   EXPECT_FALSE(IsConnected());
-  EXPECT_TRUE(test::IsSoonWithoutConnections(scratch_.Name()));
+  EXPECT_EQ(test::server::LastingConnections(scratch_.Name()), 0);
   EXPECT_NE(Perform("SELECT 1"), nullptr);
 }
 

@@ -1,9 +1,7 @@
 #pragma once
 
-#include <chrono>
 #include <memory>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -20,16 +18,6 @@ namespace brio::test {
 inline int ConnectionsTo(const std::string& database) {
   return std::stoi(server::Value("postgres", "SELECT count(*) FROM pg_stat_activity WHERE datname = '" +
                                                  database + "' AND application_name = 'brio-runhistory'"));
-}
-
-/// True when a database has no connection of this library, or is rid of them in a moment: a server process
-/// takes a little time to end.
-inline bool IsSoonWithoutConnections(const std::string& database) {
-  for (int i = 0; i < 100; ++i) {
-    if (ConnectionsTo(database) == 0) { return true; }
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
-  }
-  return false;
 }
 
 /// A detector's database of the test's own, to which BRIO_DATABASE points, with one table in it:
