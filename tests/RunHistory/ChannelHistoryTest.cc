@@ -25,6 +25,8 @@ struct Shape {
   long (*next)(long before, int random);
 };
 
+void PrintTo(const Shape& shape, std::ostream* stream) { *stream << shape.name; }
+
 class AnyHistory : public testing::TestWithParam<Shape> {
 protected:
   int Random() { return distribution_(engine_); }

@@ -207,6 +207,8 @@ struct Flaw {
   const char* sql;
 };
 
+void PrintTo(const Flaw& flaw, std::ostream* stream) { *stream << flaw.name; }
+
 class InvalidPixelConfiguration : public testing::TestWithParam<Flaw> {};
 
 TEST_P(InvalidPixelConfiguration, ZeroesTheCountsAndStoresNothingElse) {

@@ -73,6 +73,8 @@ struct Attempts {
   bool givesUp;
 };
 
+void PrintTo(const Attempts& attempts, std::ostream* stream) { *stream << attempts.maximum; }
+
 class PixelRetriesOf : public PixelRetries, public testing::WithParamInterface<Attempts> {};
 
 TEST_P(PixelRetriesOf, MakesEverySecondTryUpToTheMaximum) {

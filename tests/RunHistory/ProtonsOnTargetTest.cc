@@ -170,31 +170,37 @@ TEST_F(ProtonsOnTarget, MayBeNull) {
 
 /// Texts of the column, stored as text so that anything can stand there.
 struct Stored {
+  const char* name;
   const char* text;
   float value;
   bool malformed;
 };
 
+void PrintTo(const Stored& stored, std::ostream* stream) { *stream << stored.name; }
+
 class StoredProtonsOnTarget : public ProtonsOnTarget, public testing::WithParamInterface<Stored> {};
 
 TEST_P(StoredProtonsOnTarget, AreReadAsOneNumber) {
-  const auto& [text, value, malformed] = GetParam();
+  const auto& [name, text, value, malformed] = GetParam();
   databases.Execute("ALTER TABLE beam.potbyrun ALTER npot TYPE text");
   Insert("'" + std::string(text) + "'");
   CapturedOutput output;
   EXPECT_TRUE(run.LoadPOT());
-  EXPECT_EQ(run.GetTotalPOT(), value);
+  EXPECT_EQ(run.GetTotalPOT(), value) << name;
   EXPECT_EQ(output.StandardError(),
             malformed ? "Column::Get(): Bad_lexical_cast! Value = " + std::string(text) + "\n" : "");
 }
 
-INSTANTIATE_TEST_SUITE_P(Texts, StoredProtonsOnTarget,
-                         testing::Values(Stored{"1.5e20", 1.5e20F, false}, Stored{"1.5E+20", 1.5e20F, false},
-                                         Stored{"-2.5e-3", -2.5e-3F, false}, Stored{"0", 0.0F, false},
-                                         Stored{"230000000000000000", 2.3e17F, false},
-                                         Stored{"many", 0.0F, true}, Stored{"", 0.0F, true},
-                                         Stored{" 1.5e20", 0.0F, true}, Stored{"1.5e20 ", 0.0F, true},
-                                         Stored{"1,5", 0.0F, true}, Stored{"1.5e", 0.0F, true}));
+INSTANTIATE_TEST_SUITE_P(
+    Texts, StoredProtonsOnTarget,
+    testing::Values(Stored{"Exponent", "1.5e20", 1.5e20F, false},
+                    Stored{"BigExponent", "1.5E+20", 1.5e20F, false},
+                    Stored{"NegativeExponent", "-2.5e-3", -2.5e-3F, false}, Stored{"Zero", "0", 0.0F, false},
+                    Stored{"Digits", "230000000000000000", 2.3e17F, false},
+                    Stored{"Word", "many", 0.0F, true}, Stored{"Empty", "", 0.0F, true},
+                    Stored{"BlankBefore", " 1.5e20", 0.0F, true}, Stored{"BlankAfter", "1.5e20 ", 0.0F, true},
+                    Stored{"Comma", "1,5", 0.0F, true}, Stored{"HalfExponent", "1.5e", 0.0F, true}),
+    [](const auto& tested) { return tested.param.name; });
 
 TEST(SampleProtonsOnTarget, AreThoseOfTheirRun) {
   const EnvironmentVariable database("BRIO_DATABASE", server::Template("small"));

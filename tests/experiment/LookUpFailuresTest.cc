@@ -23,6 +23,8 @@ struct LookUp {
   bool (*isValid)();
 };
 
+void PrintTo(const LookUp& lookUp, std::ostream* stream) { *stream << lookUp.name; }
+
 class LookUpFailures : public LookUpDatabase, public testing::WithParamInterface<LookUp> {
 protected:
   LookUpFailures() {
