@@ -110,9 +110,9 @@ public:
 
   /// Another run than before empties the caches first; the same one keeps them.
   void SetRunNumber(int run);
-  /// Another detector than before empties the caches, even if it is then refused. A number or name that no
-  /// detector has (0 is accepted as a number) is fatal: a line on standard error, then the exception that is
-  /// being handled is thrown again, which outside of a handler ends the process.
+  /// Another detector than before empties the caches, even if its number is then refused. A number or name
+  /// that no detector has (0 is accepted as a number) is fatal: a line on standard error, then the exception
+  /// that is being handled is thrown again, which outside of a handler ends the process.
   void SetDetector(briodaq::cnv::DetId id);
   void SetDetector(const std::string& name);
   void SetDetector(int) = delete;

@@ -64,6 +64,18 @@ TEST_F(CarriedOver, WhatTheNextRunLacksIsThatOfTheRunBefore) {
   EXPECT_EQ(run.NActiveChannels(), 0) << "a counter, so forgotten";
 }
 
+TEST_F(CarriedOver, TheSubrunsTimesBeginAnewWithEachRun) {
+  database.Execute("UPDATE daq.runs SET nsubruns = 5 WHERE run = 13001");
+  auto run = database.Run();
+  run.LoadDAQRunHistory();
+  Peer::Subruns(run)[1] = {111, 112};
+  run.SetRunNumber(kNextRun);
+  run.LoadDAQRunHistory();
+  ASSERT_THAT(run.GetSubruns(), SizeIs(5));
+  EXPECT_EQ(run.GetSubruns()[1].tStart, 0);
+  EXPECT_EQ(run.GetSubruns()[1].tStop, 0);
+}
+
 TEST_F(CarriedOver, AMissingRunAnswersTheTimesOfTheRunBefore) {
   auto run = database.Run();
   run.LoadDAQRunHistory();

@@ -71,6 +71,16 @@ TEST(Dump, OfAMissingRunShowsTheDefaultsAndNoLoadingLine) {
   EXPECT_TRUE(database.IsLeft());
 }
 
+TEST(Dump, OfAMissingRunThatAbortsThrowsAtItsSecondQuestion) {
+  RunDatabase database;
+  auto run = database.Run();
+  run.SetAbortIfRunMissing(true);
+  std::string thrown;
+  const auto activity = ActivityOf([&] { thrown = ThrownBy([&] { run.Dump(); }); });
+  EXPECT_EQ(thrown, "RunHistory::|LoadDAQRunHistory: failed to find the run in the runs table.\n");
+  EXPECT_EQ(activity.output, Head("13000", "0") + "Start time         : 2010-01-01 00:00:00\n");
+}
+
 TEST(Dump, OfARunWithoutDCMsHasNoTabLines) {
   RunDatabase database;
   database.AddRun();

@@ -66,6 +66,20 @@ TEST_F(FarHardware, IsCountedOnceAPort) {
   EXPECT_EQ(run.GetDiBlocks()[0].dcms[6].nInstrumentedFEBs, 1);
 }
 
+TEST_F(FarHardware, OnAPortThatIsMarkedAlreadyClearsItsDiBlockOnly) {
+  database.AddFarModule(4, 7, 3);
+  auto run = database.Run();
+  run.LoadDAQRunHistory();
+  auto& feb = Peer::DiBlocks(run)[0].dcms[6].febs[3];
+  feb.isInstalled = true;
+  feb.block = 99;
+  ActivityOf([&] { EXPECT_TRUE(run.LoadHardwareInfo()); });
+  EXPECT_FALSE(run.GetDiBlocks()[0].isActive);
+  EXPECT_EQ(run.NInstrumentedFEBs(), 0);
+  EXPECT_EQ(run.GetDiBlocks()[0].nInstrumentedFEBs, 0);
+  EXPECT_EQ(feb.block, 99);
+}
+
 TEST_F(FarHardware, OfADCMThatTookNoPartChangesNothing) {
   database.AddFarModule(4, 8, 3);
   database.AddFarModule(6, 1, 3);

@@ -255,6 +255,7 @@ TEST_F(SimulatedRun, CountsAsCooledOnceItWasBuilt) {
   EXPECT_FALSE(run.LoadCoolingInfo());
   ActivityOf([&] { run.LoadDAQRunHistory(); });
   EXPECT_TRUE(run.LoadCoolingInfo());
+  EXPECT_FALSE(run.LoadDCSAlarms(0));
 }
 
 }  // namespace
