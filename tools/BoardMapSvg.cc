@@ -85,7 +85,10 @@ struct Layout {
   int Columns() const { return std::min(kColumns, std::max(2, static_cast<int>(diblocks.size()))); }
   int Lines() const { return (static_cast<int>(diblocks.size()) + Columns() - 1) / Columns(); }
   double X(int diblock) const { return kLeft + Place(diblock) % Columns() * kBlockWidth; }
-  double Y(int diblock) const { return kTop + Place(diblock) / Columns() * BlockHeight(); }
+  double Y(int diblock) const {
+    const int line = Place(diblock) / Columns();
+    return kTop + line * BlockHeight();
+  }
   double Width() const { return kLeft + Columns() * kBlockWidth; }
   double LegendTop() const { return kTop + Lines() * BlockHeight(); }
   double Height() const { return LegendTop() + kLegendHeight; }

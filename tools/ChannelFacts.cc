@@ -20,6 +20,15 @@ struct Place {
   const RunHistory::FEB* feb = nullptr;
   /// Why there is no board.
   std::string why;
+
+  /// The DAQ configuration enables the board.
+  bool IsEnabled(unsigned int port) const {
+    return dcm != nullptr && feb != nullptr && feb->isEnabled && ((dcm->febEnableMask >> port) & 1U) != 0;
+  }
+  bool IsPixelEnabled(unsigned int pixel) const {
+    return feb != nullptr && pixel < 32 &&
+           ((static_cast<unsigned int>(feb->pixelEnableMask) >> pixel) & 1U) != 0;
+  }
 };
 
 Place FindPlace(const RunHistory& history, const LoadedParts& parts, const ChannelAddress& address) {
@@ -87,9 +96,7 @@ std::string WhyNotLive(RunHistory& history, const LoadedParts& parts, const Plac
   if (!facts.installed.value) { return facts.installed.why; }
   if (!*facts.installed.value) { return "nothing is installed on the port"; }
   if (!parts.configuration.ok) { return parts.configuration.reason; }
-  if (((place.dcm->febEnableMask >> facts.address.port) & 1U) == 0 || !place.feb->isEnabled) {
-    return "the DAQ configuration does not enable the board";
-  }
+  if (!place.IsEnabled(facts.address.port)) { return "the DAQ configuration does not enable the board"; }
   return {};
 }
 
@@ -103,8 +110,7 @@ void SetEnabledAndThreshold(RunHistory& history, const LoadedParts& parts, const
     facts.enabled.why = whyNotLive;
     return;
   }
-  const auto pixels = static_cast<std::uint32_t>(place.feb->pixelEnableMask);
-  const bool isOn = facts.address.pixel < 32 && ((pixels >> facts.address.pixel) & 1U) != 0;
+  const bool isOn = place.IsPixelEnabled(facts.address.pixel);
   facts.enabled.value = isOn;
   if (!isOn) {
     facts.enabled.why = facts.threshold.why = "the DAQ configuration does not enable the pixel";

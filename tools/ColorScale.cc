@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstdio>
 
 namespace brio::tools {
 namespace {
@@ -23,14 +22,15 @@ std::string ColorScale::Color(double value) const {
   const double along = Position(value) * (kAnchors.size() - 1);
   const auto index = std::min(static_cast<std::size_t>(along), kAnchors.size() - 2);
   const double part = along - static_cast<double>(index);
-  std::array<char, 8> text{};
-  RGB color{};
-  for (std::size_t i = 0; i < color.size(); ++i) {
-    color[i] = std::round(kAnchors[index][i] * (1 - part) + kAnchors[index + 1][i] * part);
+  constexpr const char* kDigits = "0123456789abcdef";
+  std::string text = "#";
+  for (std::size_t i = 0; i < kAnchors[index].size(); ++i) {
+    const double level = kAnchors[index][i] * (1 - part) + kAnchors[index + 1][i] * part;
+    const auto rounded = static_cast<unsigned int>(std::lround(level));
+    text += kDigits[rounded / 16];
+    text += kDigits[rounded % 16];
   }
-  std::snprintf(text.data(), text.size(), "#%02x%02x%02x", static_cast<unsigned int>(color[0]) & 0xFFU,
-                static_cast<unsigned int>(color[1]) & 0xFFU, static_cast<unsigned int>(color[2]) & 0xFFU);
-  return text.data();
+  return text;
 }
 
 ColorScale ScaleOf(const BoardMap& map) {

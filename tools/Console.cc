@@ -22,6 +22,12 @@ struct Complaint {
   bool fromDatabase;
 };
 
+/// Where this fails there is nobody left to tell.
+void WriteNow(const std::string& text) {
+  static_cast<void>(std::fwrite(text.data(), 1, text.size(), stderr));
+  static_cast<void>(std::fflush(stderr));
+}
+
 /// What reaches standard error. Used by the thread that shows progress too.
 struct StandardError {
   std::mutex mutex;
@@ -38,8 +44,7 @@ struct StandardError {
     const std::lock_guard<std::mutex> lock(mutex);
     const std::string clear = progress.empty() ? "" : "\r\033[K";
     const std::string text = clear + line + '\n' + progress;
-    std::fwrite(text.data(), 1, text.size(), stderr);
-    std::fflush(stderr);
+    WriteNow(text);
   }
 
   void Complain(const std::string& text, bool fromDatabase) {
@@ -88,7 +93,7 @@ void WriteMessage(Severity severity, const std::string& category, const std::str
   std::tm fields{};
   gmtime_r(&now, &fields);
   std::array<char, 32> when{};
-  std::strftime(when.data(), when.size(), "%Y-%m-%dT%H:%M:%SZ ", &fields);
+  static_cast<void>(std::strftime(when.data(), when.size(), "%Y-%m-%dT%H:%M:%SZ ", &fields));
   auto& error = StandardError::Instance();
   if (severity == Severity::Error) { error.Complain(Trimmed(text), category == kDatabaseCategory); }
   error.Write(when.data() + std::string(NameOf(severity)) + " " + category + ": " + Trimmed(text));
@@ -141,8 +146,7 @@ void ShowProgress(const std::string& line) {
   if (line.empty() && error.progress.empty()) { return; }
   error.progress = line;
   const std::string text = "\r\033[K" + line;
-  std::fwrite(text.data(), 1, text.size(), stderr);
-  std::fflush(stderr);
+  WriteNow(text);
 }
 
 }  // namespace brio::tools::console

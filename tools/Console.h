@@ -4,10 +4,8 @@
 #include <iosfwd>
 #include <string>
 
-namespace brio::tools {
-
 /// Where the command's texts go: the answer to standard output, everything else to standard error.
-namespace console {
+namespace brio::tools::console {
 
 /// From now on what the library prints, on either stream or through the message logger, comes out on standard
 /// error, line by line, and complaints are remembered. Call once, before the first RunHistory. Without it the
@@ -33,5 +31,4 @@ bool IsTerminal(int descriptor);
 /// Shows a line that is replaced in place, or takes it away when `line` is empty. Only for a terminal.
 void ShowProgress(const std::string& line);
 
-}  // namespace console
-}  // namespace brio::tools
+}  // namespace brio::tools::console

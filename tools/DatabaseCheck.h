@@ -36,9 +36,9 @@ DatabaseCheck CheckDatabase(const std::string& detector, const ExpectedDatabase&
 
 /// One step of loading a run.
 struct LoadStep {
-  const char* name;
+  const char* name = "";
   Outcome outcome;
-  double milliseconds;
+  double milliseconds = 0;
 };
 
 /// Loads a run step by step, up to the first that fails.

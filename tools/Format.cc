@@ -9,7 +9,7 @@ namespace brio::tools {
 
 std::string Fixed(double value, int digits) {
   std::array<char, 400> text{};  // room for the largest double
-  const auto end =
+  char* const end =
       std::to_chars(text.data(), text.data() + text.size(), value, std::chars_format::fixed, digits).ptr;
   std::string fixed(text.data(), end);
   const bool isZero = fixed.find_first_not_of("-0.") == std::string::npos;

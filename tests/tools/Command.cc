@@ -71,7 +71,9 @@ CommandResult RunHistoryCommand(const std::vector<std::string>& arguments, const
   const File in = Scratch();
   const File output = Scratch();
   const File error = Scratch();
-  std::fwrite(input.data(), 1, input.size(), in.get());
+  if (std::fwrite(input.data(), 1, input.size(), in.get()) != input.size()) {
+    throw std::runtime_error("cannot write the input");
+  }
   std::rewind(in.get());
   const int status = RunProcess(arguments, in.get(), output.get(), error.get());
   return {status, Contents(output.get()), Contents(error.get())};

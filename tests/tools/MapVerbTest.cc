@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <map>
 #include <sstream>
@@ -209,7 +209,7 @@ TEST(MapVerb, WritesToAFileWhenAsked) {
   std::ostringstream written;
   written << stream.rdbuf();
   EXPECT_EQ(ParsedSvg(written.str()).select_nodes("//rect[@class='board']").size(), 10752U);
-  std::remove(file.c_str());
+  std::filesystem::remove(file);
   const auto failed =
       OnSmall("Birch", {"map", "installed", "--run", "13000", "--output", "/nonexistent/map.txt"});
   EXPECT_EQ(failed.status, 1);

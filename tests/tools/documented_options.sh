@@ -1,0 +1,48 @@
+#!/usr/bin/env bash
+# Checks that the man page names every verb and option of the command, and that bash completes them.
+#
+#   documented_options.sh COMMAND REPOSITORY
+set -euo pipefail
+command=$1
+repository=$2
+failures=0
+
+fail() {
+  echo "$*" >&2
+  failures=$((failures + 1))
+}
+
+# shellcheck source=tools/runhistory.bash-completion
+source "$repository/tools/runhistory.bash-completion"
+manual=$(sed 's/\\-/-/g' "$repository/docs/runhistory.1")
+
+# completes WORDS...: what the last of the words is completed to.
+completes() {
+  COMP_WORDS=(runhistory "$@")
+  COMP_CWORD=$#
+  COMPREPLY=()
+  _runhistory
+  printf '%s\n' "${COMPREPLY[@]}"
+}
+
+verbs=$("$command" --help | sed -n '/^Subcommands:/,/^$/s/^  \([a-z]*\) .*/\1/p')
+[[ $(wc -w <<<"$verbs") -eq 10 ]] || fail "the help names these verbs: $verbs"
+[[ $(completes '' | grep -v '^--' | sort) == $(sort <<<"$verbs") ]] || fail "bash completes other verbs"
+for verb in $verbs; do
+  grep -qE "^\.BI? $verb( |\$)" <<<"$manual" || fail "the man page has no $verb"
+  options=$("$command" "$verb" --help | grep -oE '^  (-.,)?--[a-z-]+' | grep -oE -- '--[a-z-]+')
+  [[ $(wc -l <<<"$options") -ge 11 ]] || fail "the help of $verb names these options: $options"
+  for option in $options; do
+    grep -qF -- "$option" <<<"$manual" || fail "the man page has no $option"
+    completes "$verb" "$option" | grep -qxF -- "$option" || fail "bash does not complete $verb $option"
+  done
+done
+
+[[ $(completes show --detector B) == Birch ]] || fail "bash does not complete a detector"
+for quantity in $("$command" map --help | sed -n 's/.*QUANTITY:{\([^}]*\)}.*/\1/p' | tr , ' '); do
+  completes map "$quantity" | grep -qxF "$quantity" || fail "bash does not complete map $quantity"
+done
+[[ $(completes map ga) == gain ]] || fail "bash does not complete a quantity"
+[[ $(completes map gain --format s) == svg ]] || fail "bash does not complete a format"
+
+exit $((failures > 0))
