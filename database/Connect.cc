@@ -4,6 +4,7 @@
 #include <cctype>
 #include <chrono>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <random>
 #include <sstream>
@@ -213,18 +214,38 @@ void PauseBefore(int next) {
   std::this_thread::sleep_for(std::min(pause, kLongestPause) * jitter(generator));
 }
 
-/// libpq's own complaint about a malformed string may quote pieces of it, a password among them: it is not
-/// passed on. Nor may a URI's password with an unescaped "@" or "/" in it come to be taken for a host or a
-/// port.
+/// Whether a URI's password seems to hold a "/" or "@" that is not written as %2F or %40: libpq would take
+/// pieces of it for a host, a port or a database, and name those in its messages.
+bool HidesPassword(const std::string& connectionString) {
+  const auto scheme = connectionString.find("://");
+  if (scheme == std::string::npos) { return false; }
+  const std::string rest = connectionString.substr(scheme + 3);
+  const auto at = rest.find('@');
+  if (at == std::string::npos) { return false; }
+  const auto slash = rest.find('/');
+  if (slash < at) { return rest.find('?') > at; }
+  return rest.find('@', at + 1) < slash;
+}
+
+/// Whether libpq understands the string, and each piece of it for what it is. Its own complaints about one
+/// that it does not may quote pieces, a password among them, and are not passed on.
 bool IsReadable(const std::string& connectionString) {
   const bool isBareName =
       connectionString.find('=') == std::string::npos && connectionString.find("://") == std::string::npos;
   if (isBareName) { return true; }
+  if (HidesPassword(connectionString)) { return false; }
   char* complaint = nullptr;
   const Options options(PQconninfoParse(connectionString.c_str(), &complaint), &PQconninfoFree);
   PQfreemem(complaint);
-  return options != nullptr && OptionValue(options, "host").find('@', 1) == std::string::npos &&
-         OptionValue(options, "port").find_first_not_of("0123456789,") == std::string::npos;
+  if (!options) { return false; }
+  // A blank that is missing between two pairs makes the second a part of the first one's value.
+  for (const PQconninfoOption* option = options.get(); option->keyword != nullptr; ++option) {
+    const bool isPassword = std::string("password") == option->keyword;
+    if (!isPassword && option->val != nullptr && std::strstr(option->val, "password=") != nullptr) {
+      return false;
+    }
+  }
+  return true;
 }
 
 }  // namespace

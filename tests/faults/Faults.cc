@@ -111,21 +111,25 @@ Fault BackendTerminated() {
 
 Fault BackendFrozen() {
   const auto frozen = std::make_shared<std::vector<int>>();
-  return {"server frozen",
-          HasBackend,
-          {},
-          [frozen](const LoadStep& step) {
-            *frozen = BackendsOf(step);
-            for (const int backend : *frozen) {
-              kill(backend, SIGSTOP);
-            }
-            return !frozen->empty();
-          },
-          [frozen] {
-            for (const int backend : *frozen) {
-              kill(backend, SIGCONT);
-            }
-          }};
+  const auto timeout = std::make_shared<std::unique_ptr<EnvironmentVariable>>();
+  Fault fault{"server frozen", HasBackend};
+  fault.prepare = [timeout](const LoadStep&) {
+    *timeout = std::make_unique<EnvironmentVariable>("BRIO_QUERY_TIMEOUT", "2");
+  };
+  fault.make = [frozen](const LoadStep& step) {
+    *frozen = BackendsOf(step);
+    for (const int backend : *frozen) {
+      kill(backend, SIGSTOP);
+    }
+    return !frozen->empty();
+  };
+  fault.remove = [frozen, timeout] {
+    for (const int backend : *frozen) {
+      kill(backend, SIGCONT);
+    }
+    timeout->reset();
+  };
+  return fault;
 }
 
 Fault ServerStopped() {
