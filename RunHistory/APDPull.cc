@@ -76,15 +76,12 @@ APDsByModule RunHistory::PullAPDInfoFromDB() {
   const auto table = OpenHardwareDatabase(detectorName, timeQueries);
   APDsByModule apds;
   if (DetInfo::GetId(detectorName) == briodaq::cnv::Birch) {
-    const std::string installedAPDs = InstalledAPDsStatement(tStartText);
     GainsBySerial gains;
     {
       const ResultHandle rows(PerformPGQuery(kGainsStatement, *table));
-      // The server finds the APDs while the gains, a million rows, are read and freed.
-      table->SendAhead(installedAPDs);
       gains = ReadGains(rows.get(), detectorId);
     }
-    const ResultHandle rows(PerformPGQuery(installedAPDs, *table));
+    const ResultHandle rows(PerformPGQuery(InstalledAPDsStatement(tStartText), *table));
     LogDebug("RunHistory") << "Found " << PQntuples(rows.get()) << " apds in the db";
     apds = ReadAPDs(rows.get(), gains);
   }

@@ -107,7 +107,6 @@ LocationMap RunHistory::PullFEBInfoFromDB(const APDsByModule& apds) {
   FEBsByModule febs;
   {
     const ResultHandle rows(PerformPGQuery(InstalledFEBsStatement(tStartText), *table));
-    table->SendAhead(kCablesStatement);
     febs = ReadFEBs(rows.get());
   }
   LogDebug("RunHistory") << "there are " << febs.size() << " febs installed and put in the map and "

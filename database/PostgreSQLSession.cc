@@ -67,71 +67,44 @@ bool PostgreSQLSession::IsUsable() const {
   return connection_ && PQstatus(connection_.get()) == CONNECTION_OK;
 }
 
-bool PostgreSQLSession::InTransaction() const {
-  return PQtransactionStatus(connection_.get()) == PQTRANS_INTRANS;
-}
-
 ResultHandle PostgreSQLSession::Execute(const Statement& statement) {
-  if (ahead_ && *ahead_ == statement) {
-    ahead_.reset();
-    return TakeResult(statement.text);
-  }
-  DropAhead();
   if (!connection_) { return nullptr; }
-  if (readsOneState_ && !InTransaction() && !Begin()) {
+  if (readsOneState_ && PQtransactionStatus(connection_.get()) != PQTRANS_INTRANS && !Begin()) {
     connection_.reset();
     return FatalResult();
   }
-  if (Send(statement)) { return TakeResult(statement.text); }
-  const std::string reason = Trimmed(PQerrorMessage(connection_.get()));
-  if (!IsUsable()) { return Lost(reason); }
-  LogError("BrioDatabase") << "statement could not be sent: " << reason;
-  return nullptr;
-}
-
-/// What goes wrong here is left for Execute to meet and to report.
-void PostgreSQLSession::SendAhead(const Statement& statement) {
-  DropAhead();
-  if (IsUsable() && (!readsOneState_ || InTransaction()) && Send(statement)) { ahead_ = statement; }
-}
-
-/// Reads the rows of a statement that was sent ahead and that nobody asked for after all.
-void PostgreSQLSession::DropAhead() {
-  if (!ahead_) { return; }
-  const std::string text = std::move(ahead_->text);
-  ahead_.reset();
-  TakeResult(text);
-}
-
-bool PostgreSQLSession::Send(const Statement& statement) {
   NotifyStep(DatabaseStep::Statement, statement.text);
   ++Counters::Instance().statementsSent;
+
   std::vector<const char*> values;
   values.reserve(statement.parameters.size());
   for (const auto& parameter : statement.parameters) {
     values.push_back(parameter.c_str());
   }
-  return PQsendQueryParams(connection_.get(), statement.text.c_str(), static_cast<int>(values.size()),
-                           nullptr, values.data(), nullptr, nullptr, statement.binary ? 1 : 0) != 0;
-}
-
-/// What the server answers to the statement just sent. An error ends the transaction.
-ResultHandle PostgreSQLSession::TakeResult(const std::string& statement) {
+  const int sent =
+      PQsendQueryParams(connection_.get(), statement.text.c_str(), static_cast<int>(values.size()), nullptr,
+                        values.data(), nullptr, nullptr, statement.binary ? 1 : 0);
+  if (sent == 0) {
+    const std::string reason = Trimmed(PQerrorMessage(connection_.get()));
+    if (!IsUsable()) { return Lost(reason); }
+    LogError("BrioDatabase") << "statement could not be sent: " << reason;
+    return nullptr;
+  }
   ResultHandle result = CollectResult();
-  if (IsGood(result.get())) { return result; }
-  ReportError(result.get(), statement);
-  if (!IsUsable() || IsCopy(result.get())) {
-    connection_.reset();
-  } else if (readsOneState_ && PQtransactionStatus(connection_.get()) == PQTRANS_INERROR) {
-    RunOwn("ROLLBACK");
+  if (!IsGood(result.get())) {
+    ReportError(result.get(), statement.text);
+    if (!IsUsable() || IsCopy(result.get())) {
+      connection_.reset();
+    } else if (readsOneState_ && PQtransactionStatus(connection_.get()) == PQTRANS_INERROR) {
+      RunOwn("ROLLBACK");
+    }
   }
   return result;
 }
 
 void PostgreSQLSession::Close() noexcept {
   try {
-    // A statement sent ahead leaves the connection busy; the server ends the transaction when it closes.
-    if (readsOneState_ && IsUsable() && InTransaction()) {
+    if (readsOneState_ && IsUsable() && PQtransactionStatus(connection_.get()) == PQTRANS_INTRANS) {
       NotifyStep(DatabaseStep::Commit, "COMMIT");
       RunOwn("COMMIT");
     }

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <chrono>
-#include <optional>
 #include <string>
 
 #include "database/Session.h"
@@ -21,17 +20,12 @@ public:
   ~PostgreSQLSession() override;
 
   ResultHandle Execute(const Statement& statement) override;
-  void SendAhead(const Statement& statement) override;
   bool IsUsable() const override;
   void ReadOneState() override { readsOneState_ = true; }
   void Close() noexcept override;
 
 private:
-  bool InTransaction() const;
   bool Begin();
-  bool Send(const Statement& statement);
-  ResultHandle TakeResult(const std::string& statement);
-  void DropAhead();
   bool RunOwn(const std::string& text);
   ResultHandle CollectResult();
   bool WaitForData();
@@ -41,8 +35,6 @@ private:
   ConnectionHandle connection_;
   std::chrono::seconds timeout_;
   bool readsOneState_ = false;
-  /// The statement that the server works on while nobody waits for it.
-  std::optional<Statement> ahead_;
 };
 
 }  // namespace brio::dbi

@@ -13,10 +13,6 @@ struct Statement {
   std::string text;
   std::vector<std::string> parameters;
   bool binary = false;
-
-  friend bool operator==(const Statement& a, const Statement& b) {
-    return a.text == b.text && a.parameters == b.parameters && a.binary == b.binary;
-  }
 };
 
 /// An open source of answers: a connection to a server, or whatever else stands where a server stands.
@@ -31,9 +27,6 @@ public:
   /// Runs one statement. Null only when it could not be sent; a failure after that is a result with the
   /// status PGRES_FATAL_ERROR, and is logged at error severity, category "BrioDatabase".
   virtual ResultHandle Execute(const Statement& statement) = 0;
-  /// Has the source begin with a statement whose rows are wanted later, while the caller is busy with other
-  /// rows: the next Execute of the same statement gives them. A source that cannot do so does nothing here.
-  virtual void SendAhead(const Statement& /*statement*/) {}
   /// False once the session was closed or its connection was lost.
   virtual bool IsUsable() const = 0;
   /// From now on statements read one consistent state of the source, which nothing can write to.

@@ -203,10 +203,6 @@ bool Table::ExecuteSQL(std::string statement, PGresult*& result) {
   return result != nullptr;
 }
 
-void Table::SendAhead(std::string statement) {
-  if (session_) { session_->SendAhead({std::move(statement), {}, false}); }
-}
-
 void Table::CloseConnection() { session_.reset(); }
 
 }  // namespace brio::dbi

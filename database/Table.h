@@ -91,9 +91,6 @@ public:
   ///         with an error, or the connection was lost or timed out after sending, the result has the status
   ///         PGRES_FATAL_ERROR.
   bool ExecuteSQL(std::string statement, PGresult*& result);
-  /// Has the server begin, on the connection that is open, with a statement that ExecuteSQL runs next, while
-  /// the caller reads the rows of the one before. Does nothing without a connection.
-  void SendAhead(std::string statement);
   /// Gives the connection up; harmless when there is none.
   void CloseConnection();
 
