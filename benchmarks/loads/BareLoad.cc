@@ -1,12 +1,12 @@
 // Loads a run with nothing but libpq: the library's statements on one connection, numbers read with
 // from_chars, flat arrays. The least that a program can do to end up with the same facts.
 #include <charconv>
-#include <cmath>
 #include <cstring>
 #include <ctime>
 
 #include "benchmarks/loads/Connection.h"
 #include "benchmarks/loads/FlatDetector.h"
+#include "benchmarks/loads/FlatHardware.h"
 
 namespace {
 
@@ -42,45 +42,6 @@ double SecondsIn(const char* date) {
   }
   return secondsOfLastDay + 3600 * piece(12, 2) + 60 * piece(15, 2) + piece(18, 1);
 }
-
-struct InstalledFEB {
-  std::int32_t item = -1;
-  std::int32_t connection = 0;
-  float intercept = 0.0F;
-  float slope = 0.0F;
-};
-
-struct InstalledAPD {
-  std::int32_t item = -1;
-  std::int32_t connection = -1;
-  std::int32_t batch = -1;
-  std::int32_t targetDegC = 0;
-  float vr = 0.0F;
-  std::int32_t gains = -1;
-  double dateAdded = -1.0;
-};
-
-/// What hangs on a module.
-struct Module {
-  InstalledFEB feb;
-  InstalledAPD apd;
-};
-
-struct Hardware {
-  std::vector<std::int32_t> gainsOfSerial;  ///< index into `gains`, -1 for none
-  std::vector<PixelGains> gains;
-  std::vector<Module> modules;                                                  ///< by number
-  std::vector<std::int32_t> moduleAt = std::vector<std::int32_t>(kBoards, -1);  ///< by place, -1 for none
-
-  Module& At(int number) {
-    const auto index = static_cast<std::size_t>(number);
-    if (index >= modules.size()) { modules.resize(index + index / 4 + 1024); }
-    return modules[index];
-  }
-  const Module* AtPlace(std::size_t place) const {
-    return moduleAt[place] < 0 ? nullptr : &modules[static_cast<std::size_t>(moduleAt[place])];
-  }
-};
 
 std::string ReadRun(Connection& connection, const Statements& statements, int run, FlatDetector& detector) {
   const auto runs = connection.Ask(statements.runs, {std::to_string(run)});
@@ -258,46 +219,6 @@ void ReadCables(Connection& connection, const Statements& statements, Hardware& 
     if (hardware.At(module).feb.item < 0) { continue; }
     hardware.moduleAt[PlaceOf(NumberAt<std::size_t>(rows, row, 0), NumberAt<std::size_t>(rows, row, 1),
                               NumberAt<std::size_t>(rows, row, 2))] = module;
-  }
-}
-
-/// Gains come to the boards that have a module; a mean too far from 100 makes them all 100.
-void StoreGains(const Hardware& hardware, FlatDetector& detector) {
-  static const PixelGains kNominal = [] {
-    PixelGains gains{};
-    for (float& gain : gains.byPixel) {
-      gain = 100.0F;
-    }
-    return gains;
-  }();
-  for (std::size_t place = 0; place < kBoards; ++place) {
-    const Module* module = hardware.AtPlace(place);
-    if (module == nullptr || detector.installed[place] == 0) { continue; }
-    const auto index = module->apd.gains;
-    const PixelGains* gains = index < 0 ? &kNominal : &hardware.gains[static_cast<std::size_t>(index)];
-    float sum = 0.0F;
-    for (const float gain : gains->byPixel) {
-      sum += gain;
-    }
-    detector.averageGain[place] = sum / static_cast<float>(kPixels);
-    if (std::fabs(100.0 - static_cast<double>(detector.averageGain[place])) > 10.0) {
-      gains = &kNominal;
-      detector.averageGain[place] = 100.0F;
-    }
-    std::memcpy(&detector.gains[place * kPixels], gains->byPixel, sizeof gains->byPixel);
-  }
-}
-
-void AddHardware(const Hardware& hardware, Answers& answers) {
-  for (std::size_t place = 0; place < kBoards; ++place) {
-    const Module* module = hardware.AtPlace(place);
-    if (module == nullptr) { continue; }
-    const auto& [feb, apd] = *module;
-    const bool hasAPD = apd.item >= 0;
-    answers.AddHardware(
-        place, {feb.item, feb.connection, feb.intercept, feb.slope, apd.item, apd.connection, apd.batch,
-                hasAPD ? apd.targetDegC : INT32_MAX, hasAPD ? apd.vr : static_cast<float>(UINT32_MAX),
-                hasAPD ? apd.dateAdded : 0.0});
   }
 }
 
