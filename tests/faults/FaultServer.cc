@@ -1,8 +1,11 @@
 #include "tests/faults/FaultServer.h"
 
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <chrono>
 #include <csignal>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
@@ -40,8 +43,23 @@ void Stop() {
 }
 
 void Start() {
-  const std::string command = std::string(BRIO_SANDBOX) + " --dir " + Folder() + " up 2>/dev/null";
-  if (std::system(command.c_str()) != 0) { throw std::runtime_error("the server does not start"); }
+  const std::string folder = Folder();
+  const pid_t child = fork();
+  if (child == 0) {
+    // The server must not inherit what captures this process's output: whoever waits for that to be closed
+    // would wait for the server.
+    const int nowhere = open("/dev/null", O_RDWR);
+    dup2(nowhere, STDIN_FILENO);
+    dup2(nowhere, STDOUT_FILENO);
+    dup2(nowhere, STDERR_FILENO);
+    close_range(STDERR_FILENO + 1, ~0U, 0);
+    execl(BRIO_SANDBOX, BRIO_SANDBOX, "--dir", folder.c_str(), "up", nullptr);
+    _exit(127);
+  }
+  int status = -1;
+  if (child < 0 || waitpid(child, &status, 0) != child || status != 0) {
+    throw std::runtime_error("the server does not start");
+  }
 }
 
 std::vector<int> Backends(const std::string& applicationName) {
