@@ -1,5 +1,6 @@
 #include "database/PostgreSQLSession.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstdlib>
 #include <cstring>
@@ -16,6 +17,8 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::seconds kDefaultTimeout{300};
+// Nothing depends on the end of a transaction that only read.
+constexpr std::chrono::seconds kLongestFarewell{5};
 constexpr std::chrono::seconds kForEver = std::chrono::seconds::max();
 // Longer limits than the server can be told of (its unit is a millisecond in 32 bits) count as no limit.
 constexpr long kLongestTimeout = 2'000'000;
@@ -106,6 +109,7 @@ void PostgreSQLSession::Close() noexcept {
   try {
     if (readsOneState_ && IsUsable() && PQtransactionStatus(connection_.get()) == PQTRANS_INTRANS) {
       NotifyStep(DatabaseStep::Commit, "COMMIT");
+      timeout_ = std::min(timeout_, kLongestFarewell);
       RunOwn("COMMIT");
     }
   } catch (...) {  // NOLINT(bugprone-empty-catch): nothing was written, so nothing is lost

@@ -111,6 +111,18 @@ TEST_F(QueryTimeout, TheEndOfALoadDoesNotHangEither) {
   EXPECT_THAT(messages.Texts(Severity::Error, "BrioDatabase"), ElementsAre(kNoAnswer));
 }
 
+TEST_F(QueryTimeout, TheEndOfALoadIsWaitedForFiveSecondsAtMost) {
+  const CapturedMessages messages;
+  auto scope = std::make_unique<LoadScope>();
+  const Frozen frozen(Ask(*BareTable(), "SELECT pg_backend_pid()"));
+  ASSERT_TRUE(frozen.IsFrozen());
+  const auto start = Clock::now();
+  scope.reset();
+  EXPECT_LT(SecondsSince(start), 8.0);
+  EXPECT_THAT(messages.Texts(Severity::Error, "BrioDatabase"),
+              ElementsAre("connection to the database lost: no answer for 5 s; the connection is closed"));
+}
+
 TEST_F(QueryTimeout, InALoadTheServerStopsWorkingToo) {
   const EnvironmentVariable limit("BRIO_QUERY_TIMEOUT", "1");
   const LoadScope scope;

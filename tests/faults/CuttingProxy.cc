@@ -47,6 +47,13 @@ int ConnectTo(const std::string& path) {
   return -1;
 }
 
+void CloseAll(std::vector<int>& sockets) {
+  for (const int socket : sockets) {
+    close(socket);
+  }
+  sockets.clear();
+}
+
 }  // namespace
 
 CuttingProxy::CuttingProxy(const std::string& serverSocketFolder) {
@@ -67,15 +74,16 @@ CuttingProxy::~CuttingProxy() {
 
 void CuttingProxy::Serve(int listening, const std::string& serverSocket) {
   std::vector<std::pair<int, int>> pairs;  // client, server
+  std::vector<int> unanswered;
   while (!ending_) {
+    if (!silent_) { CloseAll(unanswered); }
     std::vector<pollfd> watched{{listening, POLLIN, 0}};
     for (const auto& [client, server] : pairs) {
       watched.push_back({client, POLLIN, 0});
       watched.push_back({server, POLLIN, 0});
     }
-    if (silent_) { watched.resize(1); }
     if (poll(watched.data(), watched.size(), kPollMilliseconds) <= 0) { continue; }
-    for (std::size_t i = watched.size() / 2; i > 0 && !silent_; --i) {
+    for (std::size_t i = watched.size() / 2; i > 0; --i) {
       const auto [client, server] = pairs[i - 1];
       const bool alive = (watched[2 * i - 1].revents == 0 || PassOn(client, server, false)) &&
                          (watched[2 * i].revents == 0 || PassOn(server, client, true));
@@ -86,11 +94,13 @@ void CuttingProxy::Serve(int listening, const std::string& serverSocket) {
     }
     if ((watched[0].revents & POLLIN) != 0) {
       const int client = accept4(listening, nullptr, nullptr, SOCK_CLOEXEC);
-      const int server = ConnectTo(serverSocket);
-      if (server < 0) {
-        close(client);
-      } else {
+      const int server = silent_ ? -1 : ConnectTo(serverSocket);
+      if (server >= 0) {
         pairs.emplace_back(client, server);
+      } else if (silent_) {
+        unanswered.push_back(client);
+      } else {
+        close(client);
       }
     }
   }
@@ -98,6 +108,7 @@ void CuttingProxy::Serve(int listening, const std::string& serverSocket) {
     close(client);
     close(server);
   }
+  CloseAll(unanswered);
   close(listening);
 }
 

@@ -7,7 +7,7 @@
 namespace brio::test {
 
 /// Stands between the library and the server on a Unix socket of its own, passes everything on, and on demand
-/// cuts a connection in the middle of an answer or falls silent.
+/// cuts a connection in the middle of an answer or leaves new ones without one.
 class CuttingProxy {
 public:
   explicit CuttingProxy(const std::string& serverSocketFolder);
@@ -21,7 +21,7 @@ public:
   long BytesFromServer() const { return bytesFromServer_; }
   /// Cuts, once, the connection on which the server sends the byte after this many more.
   void CutAfter(long bytes) { bytesLeft_ = bytes; }
-  /// While silent it accepts connections and passes nothing on.
+  /// While silent it accepts new connections and answers nothing on them; those made before work on.
   void SetSilent(bool silent) { silent_ = silent; }
 
 private:
