@@ -238,6 +238,7 @@ bool IsReadable(const std::string& connectionString) {
   const Options options(PQconninfoParse(connectionString.c_str(), &complaint), &PQconninfoFree);
   PQfreemem(complaint);
   if (!options) { return false; }
+  if (OptionValue(options, "port").find_first_not_of("0123456789,") != std::string::npos) { return false; }
   // A blank that is missing between two pairs makes the second a part of the first one's value.
   for (const PQconninfoOption* option = options.get(); option->keyword != nullptr; ++option) {
     const bool isPassword = std::string("password") == option->keyword;

@@ -92,7 +92,7 @@ TEST_F(HardwareLoading, ASecondCallAsksNothing) {
   EXPECT_EQ(ConnectionStatistics::Now().connectionAttempts, before.connectionAttempts);
   EXPECT_EQ(output.StandardOutput(), kProgress);
   EXPECT_EQ(run.NInstrumentedFEBs(), 1);
-  EXPECT_EQ(test::OpenConnectionsTo(rows_.Databases()), 0);
+  EXPECT_EQ(test::server::LastingConnections(rows_.Databases().Name()), 0);
 }
 
 TEST_F(HardwareLoading, ARowOfADCMThatTookNoPartMarksNothing) {

@@ -129,7 +129,7 @@ TEST(HardwareMapping, AnExceptionInTheSecondPullLeavesTheMap) {
   SetStepObserver({});
   EXPECT_EQ(statements, 4);
   EXPECT_TRUE(MapIsAsFilled());
-  EXPECT_EQ(test::OpenConnectionsTo(rows.Databases()), 0);
+  EXPECT_EQ(test::server::LastingConnections(rows.Databases().Name()), 0);
 }
 
 TEST(HardwareMapping, APDSettingsOfOtherDetectorsKeepTheMap) {
@@ -175,7 +175,7 @@ TEST_P(FailedStatement, ReadsAsOneWithoutRows) {
   if (lost.mapped > 0) {
     EXPECT_EQ(gLocToFA.begin()->second.second.pixelGains, std::vector<float>(32, lost.gain));
   }
-  EXPECT_EQ(test::OpenConnectionsTo(rows.Databases()), 0);
+  EXPECT_EQ(test::server::LastingConnections(rows.Databases().Name()), 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(Tables, FailedStatement,

@@ -158,12 +158,4 @@ inline void MapHardware(dbi::RunHistory& run) {
   dbi::RunHistoryTestPeer::MapHardwareToLocation(run);
 }
 
-/// Connections that the library holds open to one database.
-inline int OpenConnectionsTo(const ScratchDatabases& databases) {
-  return std::stoi(server::Value("postgres",
-                                 "SELECT count(*) FROM pg_stat_activity WHERE application_name = "
-                                 "'brio-runhistory' AND datname = '" +
-                                     databases.Name() + "'"));
-}
-
 }  // namespace brio::test

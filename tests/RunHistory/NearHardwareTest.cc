@@ -96,11 +96,7 @@ TEST_F(NearHardware, ANameTooShortToCutThrows) {
   test::CapturedOutput output;
   EXPECT_THROW(run_.LoadHardwareInfo(), std::out_of_range);
   EXPECT_FALSE(Peer::LoadedFlags(run_).hardware);
-  EXPECT_EQ(test::server::Value("postgres",
-                                "SELECT count(*) FROM pg_stat_activity WHERE application_name = "
-                                "'brio-runhistory' AND datname = '" +
-                                    databases_.Name("alder") + "'"),
-            "0");
+  EXPECT_EQ(test::server::LastingConnections(databases_.Name("alder")), 0);
 }
 
 TEST_F(NearHardware, RowsOutsideTheDetectorAreCountedAndLeftOut) {

@@ -2,9 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
-#include <thread>
-
 namespace brio::test {
 
 RunDatabase::RunDatabase(std::string detector)
@@ -85,20 +82,7 @@ std::vector<std::string> RunDatabase::TakeErrors(const std::string& category) {
   return texts;
 }
 
-bool RunDatabase::IsLeft() const {
-  using Clock = std::chrono::steady_clock;
-  const auto deadline = Clock::now() + std::chrono::seconds(5);
-  do {
-    if (server::Value("postgres",
-                      "SELECT count(*) FROM pg_stat_activity WHERE application_name = "
-                      "'brio-runhistory' AND datname = '" +
-                          Name() + "'") == "0") {
-      return true;
-    }
-    std::this_thread::sleep_for(std::chrono::milliseconds(2));
-  } while (Clock::now() < deadline);
-  return false;
-}
+bool RunDatabase::IsLeft() const { return server::LastingConnections(Name()) == 0; }
 
 std::vector<std::string> Installed(const dbi::RunHistory& run) {
   std::vector<std::string> places;

@@ -63,16 +63,11 @@ std::string Value(const std::string& database, const std::string& statement) {
   return Query(database, statement).at(0).at(0);
 }
 
-int OpenConnections() {
-  return std::stoi(
-      Value("postgres", "SELECT count(*) FROM pg_stat_activity WHERE application_name = 'brio-runhistory'"));
-}
-
 int LastingConnections(const std::string& database) {
   const std::string statement = "SELECT count(*) FROM pg_stat_activity WHERE datname = '" + database +
                                 "' AND application_name = 'brio-runhistory'";
   int count = std::stoi(Value("postgres", statement));
-  for (int look = 0; count > 0 && look < 100; ++look) {
+  for (int look = 0; count > 0 && look < 250; ++look) {
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
     count = std::stoi(Value("postgres", statement));
   }

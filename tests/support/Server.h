@@ -22,8 +22,6 @@ std::string Template(const std::string& prefix, const std::string& user = "brio_
 std::vector<std::vector<std::string>> Query(const std::string& database, const std::string& statement);
 /// One value of such a statement.
 std::string Value(const std::string& database, const std::string& statement);
-/// How many connections of brio-runhistory (any user) the server has open just now.
-int OpenConnections();
 /// How many connections of brio-runhistory to one database stay open. One that was closed is given a moment
 /// to go, since the server learns of it a little later.
 int LastingConnections(const std::string& database);
