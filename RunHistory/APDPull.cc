@@ -76,11 +76,7 @@ APDsByModule RunHistory::PullAPDInfoFromDB() {
   const auto table = OpenHardwareDatabase(detectorName, timeQueries);
   APDsByModule apds;
   if (DetInfo::GetId(detectorName) == briodaq::cnv::Birch) {
-    GainsBySerial gains;
-    {
-      const ResultHandle rows(PerformPGQuery(kGainsStatement, *table));
-      gains = ReadGains(rows.get(), detectorId);
-    }
+    const GainsBySerial gains = PullGains(*table, detectorId);
     const ResultHandle rows(PerformPGQuery(InstalledAPDsStatement(tStartText), *table));
     LogDebug("RunHistory") << "Found " << PQntuples(rows.get()) << " apds in the db";
     apds = ReadAPDs(rows.get(), gains);

@@ -1,9 +1,9 @@
 #include "RunHistory/PixelGains.h"
 
 #include <array>
-#include <cstring>
 
 #include "RunHistory/NumberText.h"
+#include "database/PerformPGQuery.h"
 #include "experiment/DAQChannelMap.h"
 
 namespace brio::dbi {
@@ -41,30 +41,35 @@ int TesterIndex(const char* column, const char* row) {
 
 }  // namespace
 
-GainsBySerial ReadGains(const PGresult* rows, int detector) {
-  const auto pixels = PixelsByTesterIndex(detector);
-  const auto text = [rows](int row, GainColumn column) { return PQgetvalue(rows, row, column); };
-  const int nRows = PQntuples(rows);
-  GainsBySerial gains;
-  for (int row = 0; row < nRows;) {
-    const char* serial = text(row, kSerial);
-    const auto sameSerial = [&] { return row < nRows && std::strcmp(text(row, kSerial), serial) == 0; };
-    const auto [entry, isNew] = gains.try_emplace(serial);
-    if (isNew) {
-      auto& ofAPD = entry->second;
-      ofAPD.assign(kPixels, kUnmeasuredGain);
-      const int batch = IntegerIn(text(row, kBatch));
-      for (; sameSerial() && IntegerIn(text(row, kBatch)) == batch; ++row) {
-        const int index = TesterIndex(text(row, kPixelColumn), text(row, kPixelRow));
-        if (index < 0 || index >= kPixels) { continue; }
-        ofAPD[pixels[static_cast<std::size_t>(index)]] = static_cast<float>(NumberIn(text(row, kGain)));
-      }
-    }
-    while (sameSerial()) {
-      ++row;
-    }
-  }
-  return gains;
+GainsReader::GainsReader(int detector) : pixels_(PixelsByTesterIndex(detector)) {}
+
+void GainsReader::Take(const PGresult* rows, int row) {
+  const auto text = [&](GainColumn column) { return PQgetvalue(rows, row, column); };
+  const char* serial = text(kSerial);
+  const bool sameAPD = current_ != nullptr && current_->first == serial;
+  if (sameAPD && !batchGoesOn_) { return; }
+  const int batch = IntegerIn(text(kBatch));
+  if (!sameAPD) { Begin(serial, batch); }
+  batchGoesOn_ = batchGoesOn_ && batch == batch_;
+  if (!batchGoesOn_) { return; }
+  const int index = TesterIndex(text(kPixelColumn), text(kPixelRow));
+  if (index < 0 || index >= kPixels) { return; }
+  current_->second[pixels_[static_cast<std::size_t>(index)]] = static_cast<float>(NumberIn(text(kGain)));
+}
+
+/// An APD that was met before keeps the gains that it has.
+void GainsReader::Begin(const char* serial, int batch) {
+  const auto [entry, isNew] = gains_.try_emplace(serial);
+  if (isNew) { entry->second.assign(kPixels, kUnmeasuredGain); }
+  current_ = &*entry;
+  batch_ = batch;
+  batchGoesOn_ = isNew;
+}
+
+GainsBySerial PullGains(Table& table, int detector) {
+  GainsReader reader(detector);
+  const auto take = [&reader](const PGresult* rows, int row) { reader.Take(rows, row); };
+  return PerformPGQuery(kGainsStatement, table, take) ? reader.TakeGains() : GainsBySerial();
 }
 
 }  // namespace brio::dbi

@@ -1,12 +1,16 @@
 #pragma once
 
+#include <array>
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <libpq-fe.h>
 
 namespace brio::dbi {
+
+class Table;
 
 /// 32 gains by DAQ pixel number, by APD serial.
 using GainsBySerial = std::map<std::string, std::vector<float>>;
@@ -14,8 +18,26 @@ using GainsBySerial = std::map<std::string, std::vector<float>>;
 /// The statement that reads the test stand's gains below zero degrees of all APDs, from public.apd_pixel_m.
 extern const char* const kGainsStatement;
 
-/// Walks the rows of that statement once. Of each APD only the highest batch counts; where it measured a
-/// pixel at several temperatures, the warmest wins. Pixels without a measurement are 100.
-GainsBySerial ReadGains(const PGresult* rows, int detector);
+/// Takes the rows of that statement in their order. Of each APD only the highest batch counts; where it
+/// measured a pixel at several temperatures, the warmest wins. Pixels without a measurement are 100.
+class GainsReader {
+public:
+  explicit GainsReader(int detector);
+  void Take(const PGresult* rows, int row);
+  GainsBySerial TakeGains() { return std::move(gains_); }
+
+private:
+  void Begin(const char* serial, int batch);
+
+  std::array<unsigned int, 32> pixels_;
+  GainsBySerial gains_;
+  GainsBySerial::value_type* current_ = nullptr;  ///< the APD of the row before
+  int batch_ = 0;
+  bool batchGoesOn_ = false;
+};
+
+/// Asks for all gains. A million rows are read while the server still makes them, and never all in memory.
+/// \return none when the query failed, at whatever row
+GainsBySerial PullGains(Table& table, int detector);
 
 }  // namespace brio::dbi

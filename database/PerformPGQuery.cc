@@ -12,9 +12,9 @@ PGresult* GiveUp(const char* reason, const std::string& query, PGresult* result,
   return nullptr;
 }
 
-}  // namespace
-
-PGresult* PerformPGQuery(const std::string& query, Table& table) {
+/// Runs a query by `execute`. \return its result, or null when it failed in any way
+template <class Execute>
+PGresult* Perform(const std::string& query, Table& table, Execute execute) {
   if (!table.GetConnection(0)) {
     LogError("RunHistory") << "Failed to connect to hardware database! "
                            << "Failed to load hardware info.";
@@ -22,10 +22,33 @@ PGresult* PerformPGQuery(const std::string& query, Table& table) {
   }
   LogInfo("RunHistory") << "about to execute query\n" << query;
   PGresult* result = nullptr;
-  if (!table.ExecuteSQL(query, result)) { return GiveUp("SQL error, failed query: ", query, result, table); }
+  if (!execute(result)) { return GiveUp("SQL error, failed query: ", query, result, table); }
   if (PQresultStatus(result) != PGRES_TUPLES_OK) { return GiveUp("Query failed: ", query, result, table); }
-  LogInfo("RunHistory") << "query returned " << PQntuples(result) << " rows";
   return result;
+}
+
+void ReportRows(int nRows) { LogInfo("RunHistory") << "query returned " << nRows << " rows"; }
+
+}  // namespace
+
+PGresult* PerformPGQuery(const std::string& query, Table& table) {
+  PGresult* rows = Perform(query, table, [&](PGresult*& result) { return table.ExecuteSQL(query, result); });
+  if (rows != nullptr) { ReportRows(PQntuples(rows)); }
+  return rows;
+}
+
+std::optional<int> PerformPGQuery(const std::string& query, Table& table, const RowConsumer& take) {
+  int nRows = 0;
+  const RowConsumer takeAndCount = [&](const PGresult* rows, int row) {
+    ++nRows;
+    take(rows, row);
+  };
+  PGresult* end =
+      Perform(query, table, [&](PGresult*& result) { return table.ExecuteSQL(query, takeAndCount, result); });
+  if (end == nullptr) { return std::nullopt; }
+  PQclear(end);
+  ReportRows(nRows);
+  return nRows;
 }
 
 #ifdef BRIO_HAS_AUTO_PTR

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 
 #include <libpq-fe.h>
@@ -16,6 +17,10 @@ namespace brio::dbi {
 ///         when the statement is not one that returns rows. A failure is logged at error severity, category
 ///         "RunHistory", and closes the connection. Throws nothing.
 PGresult* PerformPGQuery(const std::string& query, Table& table);
+
+/// The same for rows too many to keep: gives them to `take` as they arrive.
+/// \return how many there were; nothing after a failure, which may come after some rows were given
+std::optional<int> PerformPGQuery(const std::string& query, Table& table, const RowConsumer& take);
 
 // std::auto_ptr was dropped from C++17 but is still there in the standard libraries that say so.
 #if defined(__GLIBCXX__) || __cplusplus < 201703L || defined(_LIBCPP_ENABLE_CXX17_REMOVED_AUTO_PTR)

@@ -70,7 +70,8 @@ bool PostgreSQLSession::IsUsable() const {
   return connection_ && PQstatus(connection_.get()) == CONNECTION_OK;
 }
 
-ResultHandle PostgreSQLSession::Execute(const Statement& statement) {
+/// \param take  for the rows, one by one; null to have them in the result
+ResultHandle PostgreSQLSession::Run(const Statement& statement, const RowConsumer* take) {
   if (!connection_) { return nullptr; }
   if (readsOneState_ && PQtransactionStatus(connection_.get()) != PQTRANS_INTRANS && !Begin()) {
     connection_.reset();
@@ -93,7 +94,8 @@ ResultHandle PostgreSQLSession::Execute(const Statement& statement) {
     LogError("BrioDatabase") << "statement could not be sent: " << reason;
     return nullptr;
   }
-  ResultHandle result = CollectResult();
+  if (take != nullptr) { PQsetSingleRowMode(connection_.get()); }
+  ResultHandle result = CollectResult(take);
   if (!IsGood(result.get())) {
     ReportError(result.get(), statement.text);
     if (!IsUsable() || IsCopy(result.get())) {
@@ -145,7 +147,7 @@ bool PostgreSQLSession::RunOwn(const std::string& text) {
 
 /// The first result that is not good, else the last; reads until the connection is ready for the next
 /// statement.
-ResultHandle PostgreSQLSession::CollectResult() {
+ResultHandle PostgreSQLSession::CollectResult(const RowConsumer* take) {
   ResultHandle collected;
   for (;;) {
     if (!WaitForData()) {
@@ -153,10 +155,24 @@ ResultHandle PostgreSQLSession::CollectResult() {
     }
     ResultHandle next(PQgetResult(connection_.get()));
     if (!next) { break; }
+    if (PQresultStatus(next.get()) == PGRES_SINGLE_TUPLE) {
+      GiveRow(next.get(), *take);
+      continue;
+    }
     if (!collected || IsGood(collected.get())) { collected = std::move(next); }
     if (IsCopy(collected.get())) { break; }
   }
   return collected ? std::move(collected) : Lost("the server gave no answer");
+}
+
+/// A consumer that throws leaves rows unread, and the connection of no more use.
+void PostgreSQLSession::GiveRow(const PGresult* row, const RowConsumer& take) {
+  try {
+    take(row, 0);
+  } catch (...) {
+    connection_.reset();
+    throw;
+  }
 }
 
 /// Sends what is left of the statement and waits for a result; false when the server has neither taken nor

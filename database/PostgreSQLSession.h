@@ -19,15 +19,20 @@ public:
   explicit PostgreSQLSession(ConnectionHandle connection);
   ~PostgreSQLSession() override;
 
-  ResultHandle Execute(const Statement& statement) override;
+  ResultHandle Execute(const Statement& statement) override { return Run(statement, nullptr); }
+  ResultHandle ExecuteByRow(const Statement& statement, const RowConsumer& take) override {
+    return Run(statement, &take);
+  }
   bool IsUsable() const override;
   void ReadOneState() override { readsOneState_ = true; }
   void Close() noexcept override;
 
 private:
+  ResultHandle Run(const Statement& statement, const RowConsumer* take);
   bool Begin();
   bool RunOwn(const std::string& text);
-  ResultHandle CollectResult();
+  ResultHandle CollectResult(const RowConsumer* take = nullptr);
+  void GiveRow(const PGresult* row, const RowConsumer& take);
   bool WaitForData();
   ResultHandle Lost(const std::string& reason);
   void ReportError(const PGresult* result, const std::string& statement) const;

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "database/Result.h"
+#include "database/RowConsumer.h"
 
 namespace brio::dbi {
 
@@ -27,6 +28,9 @@ public:
   /// Runs one statement. Null only when it could not be sent; a failure after that is a result with the
   /// status PGRES_FATAL_ERROR, and is logged at error severity, category "BrioDatabase".
   virtual ResultHandle Execute(const Statement& statement) = 0;
+  /// The same for rows too many to keep: gives them to `take` as they arrive, also those before a failure.
+  /// The result has none.
+  virtual ResultHandle ExecuteByRow(const Statement& statement, const RowConsumer& take) = 0;
   /// False once the session was closed or its connection was lost.
   virtual bool IsUsable() const = 0;
   /// From now on statements read one consistent state of the source, which nothing can write to.

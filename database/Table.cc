@@ -195,10 +195,19 @@ bool Table::GetConnection(int retries) {
 }
 
 bool Table::ExecuteSQL(std::string statement, PGresult*& result) {
+  return Execute(result, [&] { return session_->Execute({std::move(statement), {}, false}); });
+}
+
+bool Table::ExecuteSQL(std::string statement, const RowConsumer& take, PGresult*& result) {
+  return Execute(result, [&] { return session_->ExecuteByRow({std::move(statement), {}, false}, take); });
+}
+
+template <class Run>
+bool Table::Execute(PGresult*& result, Run run) {
   result = nullptr;
   if (!session_) { return false; }
   const auto start = Clock::now();
-  result = session_->Execute({std::move(statement), {}, false}).release();
+  result = run().release();
   if (timeQueries_) { LogInfo("BrioDatabase") << "query took " << MillisecondsSince(start) << " ms"; }
   return result != nullptr;
 }

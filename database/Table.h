@@ -9,6 +9,7 @@
 
 #include "database/ColumnDef.h"
 #include "database/Row.h"
+#include "database/RowConsumer.h"
 
 namespace brio::dbi {
 
@@ -91,6 +92,9 @@ public:
   ///         with an error, or the connection was lost or timed out after sending, the result has the status
   ///         PGRES_FATAL_ERROR.
   bool ExecuteSQL(std::string statement, PGresult*& result);
+  /// The same for rows too many to keep: gives them to `take` as they arrive, also those before a failure.
+  /// The result has none.
+  bool ExecuteSQL(std::string statement, const RowConsumer& take, PGresult*& result);
   /// Gives the connection up; harmless when there is none.
   void CloseConnection();
 
@@ -100,6 +104,8 @@ private:
   bool MakeRows(PGresult* result);
   std::string SelectStatement(std::vector<std::string>& parameters) const;
   std::string QuotedName() const;
+  template <class Run>
+  bool Execute(PGresult*& result, Run run);
 
   std::vector<ColumnDef> columns_;
   std::string definitionFile_;

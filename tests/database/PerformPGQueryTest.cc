@@ -1,6 +1,8 @@
 #include "database/PerformPGQuery.h"
 
 #include <memory>
+#include <optional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -123,6 +125,68 @@ INSTANTIATE_TEST_SUITE_P(
         Refused{"COPY facts FROM STDIN", "a COPY statement cannot be run here: COPY facts FROM STDIN"},
         Refused{"SELECT 1; DROP TABLE facts", "cannot insert multiple commands"},
         Refused{"SELECT 1; SELECT 2", "cannot insert multiple commands"}));
+
+/// The same by row: how many there were, and what the rows said.
+class PerformQueryByRow : public PerformQuery {
+protected:
+  std::optional<int> PerformByRow(const std::string& query) {
+    return PerformPGQuery(query, table_, [this](const PGresult* rows, int row) {
+      taken_.emplace_back(PQgetvalue(rows, row, 0));
+    });
+  }
+
+  std::vector<std::string> taken_;
+};
+
+TEST_F(PerformQueryByRow, GivesEachRowOnceInOrder) {
+  const CapturedMessages messages("info");
+  EXPECT_EQ(PerformByRow("SELECT note FROM facts ORDER BY id"), 2);
+  EXPECT_THAT(taken_, ElementsAre("one", "two"));
+  EXPECT_THAT(
+      messages.Texts(Severity::Info, "RunHistory"),
+      ElementsAre("about to execute query\nSELECT note FROM facts ORDER BY id", "query returned 2 rows"));
+  EXPECT_EQ(messages.All().size(), 2U);
+  EXPECT_TRUE(IsConnected());
+}
+
+TEST_F(PerformQueryByRow, ZeroRowsAreASuccess) {
+  EXPECT_EQ(PerformByRow("SELECT note FROM facts WHERE id = 99"), 0);
+  EXPECT_THAT(taken_, IsEmpty());
+}
+
+TEST_F(PerformQueryByRow, AFailureAfterSomeRowsIsAFailure) {
+  const CapturedMessages messages("info");
+  const std::string query = "SELECT g / (3 - g) FROM generate_series(1, 5) g";
+  EXPECT_EQ(PerformByRow(query), std::nullopt);
+  EXPECT_THAT(taken_, ElementsAre("0", "2"));
+  EXPECT_THAT(messages.Texts(Severity::Error, "RunHistory"), ElementsAre("Query failed: " + query));
+  EXPECT_THAT(messages.Texts(Severity::Error, "BrioDatabase"), ElementsAre(HasSubstr("division by zero")));
+  EXPECT_FALSE(IsConnected());
+}
+
+TEST_F(PerformQueryByRow, WithoutConnectionSaysSo) {
+  const test::EnvironmentVariable away("BRIO_DATABASE", "host=" + folder_.Path());
+  const CapturedMessages messages("info");
+  EXPECT_EQ(PerformByRow("SELECT 1"), std::nullopt);
+  EXPECT_THAT(messages.Texts(Severity::Error, "RunHistory"),
+              ElementsAre("Failed to connect to hardware database! Failed to load hardware info."));
+}
+
+TEST_F(PerformQueryByRow, AThrowingConsumerClosesTheConnection) {
+  const auto refuse = [](const PGresult*, int) { throw std::runtime_error("enough"); };
+  EXPECT_THROW(PerformPGQuery("SELECT g FROM generate_series(1, 100000) g", table_, refuse),
+               std::runtime_error);
+  EXPECT_FALSE(IsConnected());
+  EXPECT_EQ(test::server::LastingConnections(scratch_.Name()), 0);
+  EXPECT_EQ(PerformByRow("SELECT 1"), 1);
+}
+
+TEST_F(PerformQueryByRow, ALoadGoesOnAfterIt) {
+  const LoadScope scope;
+  EXPECT_EQ(PerformByRow("SELECT g FROM generate_series(1, 100000) g"), 100000);
+  EXPECT_EQ(PerformByRow("SELECT g / (3 - g) FROM generate_series(1, 5) g"), std::nullopt);
+  EXPECT_EQ(PerformByRow("SELECT note FROM facts"), 2);
+}
 
 TEST_F(PerformQuery, ASecondStatementBehindASemicolonIsNotRun) {
   ConnectAs("postgres");
