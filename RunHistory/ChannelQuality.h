@@ -36,12 +36,15 @@ template <class Record>
 class ChannelHistory {
 public:
   void Add(const Record& record) {
+    // First the record: an index must never be without its record, should storing one fail.
+    records_.push_back(record);
+    const std::size_t added = records_.size() - 1;
+    const long time = records_[added].time;
     if (!risers_.empty()) {
-      if (record.time > records_[risers_.back()].time) { risers_.push_back(records_.size()); }
-    } else if (!records_.empty() && record.time < records_.back().time) {
+      if (time > records_[risers_.back()].time) { risers_.push_back(added); }
+    } else if (added > 0 && time < records_[added - 1].time) {
       FindRisers();
     }
-    records_.push_back(record);
   }
 
   /// The record before the first one whose time is at or after `time`, counted from the front, whatever

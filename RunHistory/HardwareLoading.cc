@@ -70,21 +70,25 @@ std::string FarStatement(const std::string& time) {
          "and mod.position_in_layer=CAST(btrim(fcom.port2,'POS:') AS INT)) ORDER BY diblk,pos,feb";
 }
 
-/// Puts a row's module on its port, once. Meeting hardware in a diblock clears the diblock's isActive.
+/// Puts a row's module on its port, once. A row of an active DCM clears its diblock's isActive, whatever
+/// becomes of its port.
 /// \return true when the port was marked now
 bool Mark(std::vector<RunHistory::DiBlock>& diblocks, const InstalledModule& module, bool mayMark,
           OutsideRows& outside) {
   for (auto& diblock : diblocks) {
     if (diblock.number != module.diblock) { continue; }
     RunHistory::DCM* dcm = module.dcm < 1 ? nullptr : FindDCM(diblock, static_cast<unsigned int>(module.dcm));
-    if (dcm != nullptr && !dcm->isActive) { return false; }
-    RunHistory::FEB* feb =
-        dcm == nullptr || module.port < 0 ? nullptr : FindFEB(*dcm, static_cast<unsigned int>(module.port));
+    if (dcm == nullptr) {
+      outside.Add(Described(module));
+      return false;
+    }
+    if (!dcm->isActive) { return false; }
+    diblock.isActive = false;
+    RunHistory::FEB* feb = module.port < 0 ? nullptr : FindFEB(*dcm, static_cast<unsigned int>(module.port));
     if (feb == nullptr) {
       outside.Add(Described(module));
       return false;
     }
-    diblock.isActive = false;
     if (feb->isInstalled || !mayMark) { continue; }
     feb->isInstalled = true;
     feb->block = static_cast<std::uint16_t>(module.block);

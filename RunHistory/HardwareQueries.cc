@@ -30,8 +30,9 @@ bool RunHistory::HasAPD(const unsigned int& channel) {
 
 bool RunHistory::HasAPD(const geo::OfflineChan& channel) {
   const unsigned int daqChannel = DAQChannelOf(channel);
-  if (daqChannel == daqchannelmap::DAQChannelMap::kNoChannel) { return false; }
-  return HasAPD(daqChannel);
+  if (daqChannel != daqchannelmap::DAQChannelMap::kNoChannel) { return HasAPD(daqChannel); }
+  if (!hardwareLoaded) { LoadHardwareInfo(); }
+  return false;
 }
 
 /// Makes sure that everything a board's answer needs was loaded, as far as it can be.

@@ -8,6 +8,10 @@
 #include <cstring>
 #include <limits>
 
+#if __has_include(<xlocale.h>)
+#include <xlocale.h>  // where macOS has newlocale and strtod_l
+#endif
+
 namespace brio::dbi {
 namespace {
 

@@ -22,7 +22,8 @@ constexpr int kTryStep = 2;
 /// A whole number of seconds between 1 and 2^tryNumber + 1.
 unsigned int BackOffSeconds(int tryNumber) {
   const double fraction = static_cast<double>(random()) / 2147483647.0;
-  const double seconds = std::trunc(std::pow(2.0, tryNumber) * fraction + 1.0);
+  // Scaled, not multiplied: no power of two is too large for a fraction of zero.
+  const double seconds = std::trunc(std::ldexp(fraction, tryNumber) + 1.0);
   constexpr double kLongest = std::numeric_limits<unsigned int>::max();
   return static_cast<unsigned int>(std::min(seconds, kLongest));
 }

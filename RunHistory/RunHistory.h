@@ -220,6 +220,7 @@ public:
 
   /// For a simulated run: whether the channel's diblock is good.
   bool HasAPD(const unsigned int& channel);
+  /// The same; false, after loading as ever, for a channel that the detector lacks, in a simulated run too.
   bool HasAPD(const geo::OfflineChan& channel);
   /// A copy of the channel's board when it is installed and enabled, else a default one.
   FEB GetFEB(const unsigned int& channel, bool& ok);

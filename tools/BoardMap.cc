@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <numeric>
 #include <stdexcept>
 
@@ -42,15 +43,17 @@ bool MeanThreshold(const RunHistory::FEB& feb, double& value) {
   return count > 0;
 }
 
-/// \return false when the value was never recorded
+/// \return false when the value was never recorded, or is no finite number
 bool ReadValue(const RunHistory::FEB& feb, Quantity quantity, double& value) {
   switch (quantity) {
     case Quantity::Threshold: return MeanThreshold(feb, value);
-    case Quantity::Gain: value = static_cast<double>(feb.avgGain); return feb.avgGain != 0.0F;
+    case Quantity::Gain:
+      value = static_cast<double>(feb.avgGain);
+      return feb.avgGain != 0.0F && std::isfinite(value);
     case Quantity::Voltage: value = feb.voltage; return feb.voltage != 0;
     case Quantity::Temperature:
       value = static_cast<double>(feb.temperature);
-      return feb.temperature != kNoTemperature;
+      return feb.temperature != kNoTemperature && std::isfinite(value);
     default: value = 1; return true;
   }
 }

@@ -28,7 +28,7 @@ enum class BoardState {
   Absent,        ///< the board's DCM took no part in the run, or its diblock is masked
   NotInstalled,  ///< nothing is installed on the port
   NotEnabled,    ///< installed, but not enabled by the DAQ configuration
-  NoValue,       ///< installed and enabled, but the value was never recorded
+  NoValue,       ///< installed and enabled, but the value was never recorded or is no finite number
   Good           ///< installed, enabled where that counts, and the value is there
 };
 

@@ -70,7 +70,7 @@ std::string CsvForm(const BoardMap& map) {
     text += NameOf(board.state);
     text += ',';
     if (board.state == BoardState::Good) {
-      text += Json(board.value).dump();
+      text += JsonText(board.value);
     } else if (map.IsYesNo()) {
       text += '0';
     }

@@ -1,6 +1,9 @@
 #include "tools/ChannelFacts.h"
 
+#include <cmath>
+
 #include "RunHistory/HardwareRecords.h"
+#include "tools/Format.h"
 
 namespace brio::tools {
 namespace {
@@ -56,10 +59,12 @@ template <class T>
 void Set(Fact<T>& fact, const std::string& whyNot, bool isRecorded, T value) {
   if (!whyNot.empty()) {
     fact.why = whyNot;
-  } else if (isRecorded) {
-    fact = Known(value);
-  } else {
+  } else if (!isRecorded) {
     fact.why = "it was never recorded for this configuration";
+  } else if (!std::isfinite(static_cast<double>(value))) {
+    fact.why = "it is recorded as " + Shortest(static_cast<float>(value));
+  } else {
+    fact = Known(value);
   }
 }
 

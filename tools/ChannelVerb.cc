@@ -114,9 +114,9 @@ public:
   ExitStatus Finish() {
     if (!isLoaded_) { return status_; }
     if (options_.json && parts_.run.ok) {
-      console::Answer()
-          << Json{{"detector", options_.detector}, {"run", options_.run}, {"channels", list_}}.dump(2)
-          << '\n';
+      console::Answer() << JsonText(
+                               {{"detector", options_.detector}, {"run", options_.run}, {"channels", list_}})
+                        << '\n';
     }
     const Outcome& deepest = Deepest();
     if (deepest.IsClean()) { return status_; }

@@ -126,7 +126,7 @@ ExitStatus Check(const Options& options, bool isRunGiven) {
     report.steps = TryLoading(history);
   }
   if (options.json) {
-    console::Answer() << JsonOf(report, options.detector).dump(2) << '\n';
+    console::Answer() << JsonText(JsonOf(report, options.detector)) << '\n';
   } else {
     console::Answer() << TextOf(report, options.detector);
   }

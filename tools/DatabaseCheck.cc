@@ -128,8 +128,8 @@ std::vector<LoadStep> TryLoading(brio::dbi::RunHistory& history) {
     outcome.ok = outcome.IsClean();
     steps.push_back({name, outcome, MillisecondsSince(start)});
   };
-  take("run record", [&] { return history.LoadDAQRunHistory(); });
-  take("hardware", [&] { return history.LoadHardwareInfo(); });
+  take("run record", [&] { return LoadRunRecord(history); });
+  take("hardware", [&] { return LoadHardware(history); });
   take("configuration", [&] { return history.LoadPixelInfo(0); });
   take("settings", [&] { return history.LoadAPDSettings(); });
   return steps;

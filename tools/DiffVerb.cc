@@ -121,7 +121,7 @@ ExitStatus Diff(const DiffOptions& diffOptions, const Options& options) {
   if (!hasBefore || !hasAfter) { return kUnavailable; }
   const auto difference = Compare(before, after);
   if (options.json) {
-    console::Answer() << JsonOf(difference, options.detector, diffOptions).dump(2) << '\n';
+    console::Answer() << JsonText(JsonOf(difference, options.detector, diffOptions)) << '\n';
   } else {
     console::Answer() << TextOf(difference, options.detector, diffOptions);
   }

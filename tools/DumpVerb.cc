@@ -1,6 +1,9 @@
 #include <iostream>
+#include <stdexcept>
+#include <string>
 
 #include "framework/MessageLogger.h"
+#include "tools/Loading.h"
 #include "tools/Verb.h"
 
 namespace brio::tools {
@@ -34,27 +37,33 @@ private:
 // loaded answers from memory. What was not is tried once more, in silence, since the first try has said what
 // was wrong.
 ExitStatus StatusAfterDump(brio::dbi::RunHistory& history) {
-  const char* missing = nullptr;
-  {
+  std::string missing;
+  try {
     const Silence silence;
     history.SetMaxLoadRetries(0);
-    if (!history.LoadDAQRunHistory()) {
+    if (!LoadRunRecord(history)) {
       missing = "there is no such run";
-    } else if (!history.LoadHardwareInfo()) {
+    } else if (!LoadHardware(history)) {
       missing = "its hardware could not be read";
     }
-  }
-  if (missing == nullptr) { return kAnswered; }
+  } catch (const std::runtime_error& error) { missing = error.what(); }
+  if (missing.empty()) { return kAnswered; }
   std::cout.flush();
-  std::cerr << "runhistory: run " << history.GetRunNumber() << " of " << history.GetDetectorName() << ": "
-            << missing << '\n';
+  std::cerr << "runhistory: " << NameOf(history) << ": " << missing << '\n';
   return kUnavailable;
 }
 
 ExitStatus Dump(const Options& options) {
   brio::dbi::RunHistory history(options.run, options.detector);
   ApplyTo(history, options);
-  history.Dump();
+  try {
+    history.Dump();
+  } catch (const std::out_of_range&) {
+    // A DCM name that cannot be cut ends the dump, and loading again tells in which table it is.
+    const ExitStatus status = StatusAfterDump(history);
+    if (status == kAnswered) { throw; }
+    return status;
+  }
   return StatusAfterDump(history);
 }
 

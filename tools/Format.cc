@@ -7,6 +7,10 @@
 
 namespace brio::tools {
 
+std::string JsonText(const Json& value, int indent) {
+  return value.dump(indent, ' ', false, Json::error_handler_t::replace);
+}
+
 std::string Fixed(double value, int digits) {
   std::array<char, 400> text{};  // room for the largest double
   char* const end =

@@ -11,6 +11,10 @@ namespace brio::tools {
 /// Keeps the order in which members were added: that of the text form.
 using Json = nlohmann::ordered_json;
 
+/// A value as JSON text, so many blanks a level deep; -1 for all on one line. What a database holds need not
+/// be UTF-8: bytes that are not become U+FFFD.
+std::string JsonText(const Json& value, int indent = 2);
+
 /// A number with so many digits behind the point.
 std::string Fixed(double value, int digits);
 

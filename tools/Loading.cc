@@ -20,7 +20,25 @@ std::string OneLine(const std::string& text) {
   return line;
 }
 
+/// Names the table in which a loader met a DCM name that it could not cut.
+bool LoadFrom(const char* table, const std::function<bool()>& load) {
+  try {
+    return load();
+  } catch (const std::out_of_range&) {
+    throw std::runtime_error(std::string("the ") + table +
+                             " table has a DCM whose name is too short to hold its numbers");
+  }
+}
+
 }  // namespace
+
+bool LoadRunRecord(brio::dbi::RunHistory& history) {
+  return LoadFrom("resources", [&] { return history.LoadDAQRunHistory(); });
+}
+
+bool LoadHardware(brio::dbi::RunHistory& history) {
+  return LoadFrom("hardware_position", [&] { return history.LoadHardwareInfo(); });
+}
 
 Outcome Attempt(const std::function<bool()>& load) {
   const auto complaints = console::Complaints();
@@ -51,17 +69,13 @@ LoadedParts LoadParts(brio::dbi::RunHistory& history, Depth depth) {
   const Progress progress("loading " + NameOf(history));
   LoadedParts parts;
   parts.run = Attempt([&] {
-    try {
-      const bool found = history.LoadDAQRunHistory();
-      parts.isMissing = !found;
-      return found;
-    } catch (const std::out_of_range&) {
-      throw std::runtime_error("the resources table has a DCM whose name is too short to hold its numbers");
-    }
+    const bool found = LoadRunRecord(history);
+    parts.isMissing = !found;
+    return found;
   });
   if (parts.isMissing) { parts.run.reason = "there is no such run"; }
   if (depth == Depth::Run) { return parts; }
-  parts.hardware = parts.run.ok ? Attempt([&] { return history.LoadHardwareInfo(); }) : parts.run;
+  parts.hardware = parts.run.ok ? Attempt([&] { return LoadHardware(history); }) : parts.run;
   if (depth == Depth::Hardware) { return parts; }
   parts.configuration =
       parts.hardware.ok ? Attempt([&] { return history.LoadPixelInfo(0); }) : parts.hardware;

@@ -23,6 +23,11 @@ struct Outcome {
 /// Runs a loader of the library. An exception counts as a failure.
 Outcome Attempt(const std::function<bool()>& load);
 
+/// The library's loaders of the run record and, after it, of the hardware.
+/// \throws std::runtime_error that names the table, for a DCM whose name is missing or too short to cut
+bool LoadRunRecord(brio::dbi::RunHistory& history);
+bool LoadHardware(brio::dbi::RunHistory& history);
+
 /// How far a run is loaded.
 enum class Depth { Run, Hardware, Configuration, Settings };
 

@@ -36,7 +36,7 @@ std::string WhyNotKnown(const RunHistory& history, const QuantityInfo& quantity)
 }
 
 std::string Form(const BoardMap& map, const MapOptions& mapOptions, const Options& options) {
-  if (options.json || mapOptions.format == "json") { return JsonForm(map).dump() + '\n'; }
+  if (options.json || mapOptions.format == "json") { return JsonText(JsonForm(map), -1) + '\n'; }
   if (mapOptions.format == "csv") { return CsvForm(map); }
   if (mapOptions.format == "svg") { return SvgForm(map); }
   return TextForm(map, mapOptions.file.empty() && UsesColor(options));

@@ -45,9 +45,9 @@ ExitStatus AnswerRunByRun(const Options& options, const RunAnswer& answer) {
   }
   if (options.json) {
     if (range.isRange) {
-      console::Answer() << answers.list.dump(2) << '\n';
+      console::Answer() << JsonText(answers.list) << '\n';
     } else if (!answers.list.empty()) {
-      console::Answer() << answers.list.front().dump(2) << '\n';
+      console::Answer() << JsonText(answers.list.front()) << '\n';
     }
   }
   return answers.answered > 0 ? kAnswered : kUnavailable;

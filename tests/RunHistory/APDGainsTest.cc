@@ -1,6 +1,7 @@
 // Gains that LoadAPDSettings brings from the location map to the far detector's boards.
 #include <cmath>
 #include <limits>
+#include <stdexcept>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -88,6 +89,25 @@ TEST(APDGains, CountEveryMappedLocationAsInstrumented) {
   ASSERT_TRUE(run.LoadAPDSettings());
   EXPECT_EQ(run.NInstrumentedFEBs(), 4);
   EXPECT_EQ(dbi::gLocToFA.size(), 4U);
+}
+
+TEST(APDGains, ThatABoardHasNoRoomForLeaveTheLoaderAndTheNextLoadStoresThem) {
+  ConfiguredSite site;
+  site.AddRun(kRun, 77, {"dcm-2-01-01", "dcm-2-02-01", kDCM});
+  site.AddBoard(3, 5, 7, "95");
+  RunHistory run(kRun, "Birch");
+  const CapturedMessages messages("error");
+  const CapturedOutput output;
+  ASSERT_TRUE(run.LoadHardwareInfo());
+  auto& board = Peer::DiBlocks(run).at(2).dcms.at(4).febs[7];
+  board.pixelGains.resize(31);
+  EXPECT_THROW(run.LoadAPDSettings(), std::out_of_range);
+  EXPECT_FALSE(Peer::LoadedFlags(run).apdSettings);
+  EXPECT_EQ(site.OpenConnections(), 0);
+  board.pixelGains.resize(32);
+  EXPECT_TRUE(run.LoadAPDSettings());
+  EXPECT_TRUE(Peer::LoadedFlags(run).apdSettings);
+  EXPECT_EQ(board.pixelGains, std::vector<float>(32, 95.0F));
 }
 
 /// Boards on diblock 1, DCM 5, all installed, and a location map of the test's own.

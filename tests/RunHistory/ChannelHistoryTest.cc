@@ -1,4 +1,5 @@
 // ChannelHistory and the questions on it, against a scan from the front.
+#include <new>
 #include <random>
 
 #include <gtest/gtest.h>
@@ -113,6 +114,31 @@ TEST(ChannelHistory, HasNoRecordBeforeTheFirst) {
   EXPECT_EQ(history.Before(10), nullptr);
   ASSERT_NE(history.Before(11), nullptr);
   EXPECT_TRUE(history.Before(11)->isBad);
+}
+
+/// A record that cannot always be copied, as when memory runs out.
+struct StubbornRecord {
+  StubbornRecord(long from, bool refuses) : time(from), refusesCopies(refuses) {}
+  StubbornRecord(const StubbornRecord& other) : time(other.time), refusesCopies(other.refusesCopies) {
+    if (refusesCopies) { throw std::bad_alloc(); }
+  }
+  StubbornRecord& operator=(const StubbornRecord&) = default;
+  ~StubbornRecord() = default;
+  long time;
+  bool refusesCopies;
+};
+
+TEST(ChannelHistory, IsAsBeforeWhenARecordCannotBeStored) {
+  ChannelHistory<StubbornRecord> history;
+  history.Add({10, false});
+  history.Add({5, false});
+  EXPECT_THROW(history.Add({20, true}), std::bad_alloc);
+  EXPECT_EQ(history.Records().size(), 2U);
+  history.Add({3, false});
+  history.Add({12, false});
+  EXPECT_EQ(history.Before(5), nullptr) << "the first record is not before it";
+  ASSERT_NE(history.Before(11), nullptr);
+  EXPECT_EQ(history.Before(11)->time, 3);
 }
 
 TEST(ChannelHistory, KnowsTheEndsOfTime) {

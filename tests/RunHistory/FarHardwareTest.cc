@@ -132,11 +132,35 @@ TEST_F(FarHardware, OutsideTheDetectorIsReportedAndLeftOut) {
   const auto run = Loaded();
   EXPECT_THAT(Installed(run), ElementsAre("5/1/5"));
   EXPECT_EQ(run.NInstrumentedFEBs(), 1);
-  EXPECT_TRUE(run.GetDiBlocks()[0].isActive);
   EXPECT_THAT(
       database.TakeErrors("RunHistory"),
       ElementsAre("LoadHardwareInfo: left out 4 rows that point outside the run's detector, the first: "
                   "diblock 4, DCM 0, port 1"));
+}
+
+TEST_F(FarHardware, OnAPortThatAnActiveDCMLacksClearsItsDiBlock) {
+  database.AddFarModule(4, 7, 64);
+  database.AddFarModule(5, 1, -1);
+  const auto run = Loaded();
+  EXPECT_THAT(Installed(run), IsEmpty());
+  EXPECT_FALSE(run.GetDiBlocks()[0].isActive);
+  EXPECT_FALSE(run.GetDiBlocks()[1].isActive);
+  EXPECT_THAT(database.TakeErrors("RunHistory"), testing::SizeIs(1));
+}
+
+TEST_F(FarHardware, OfADCMThatTheDetectorLacksClearsNothing) {
+  database.AddFarModule(4, 0, 1);
+  database.AddFarModule(5, 13, 1);
+  const auto run = Loaded();
+  EXPECT_TRUE(run.GetDiBlocks()[0].isActive);
+  EXPECT_TRUE(run.GetDiBlocks()[1].isActive);
+  EXPECT_THAT(database.TakeErrors("RunHistory"), testing::SizeIs(1));
+}
+
+TEST_F(FarHardware, OnAPortThatAnInactiveDCMLacksIsNotEvenReported) {
+  database.AddFarModule(4, 8, 64);
+  const auto run = Loaded();
+  EXPECT_TRUE(run.GetDiBlocks()[0].isActive);
 }
 
 struct Blank {

@@ -38,6 +38,26 @@ TEST_F(LoadingByQuestions, HasAPDLoadsTheHardwareOnly) {
   EXPECT_FALSE(flags.pixel || flags.apdSettings);
 }
 
+/// The offline form asks for the hardware before it looks at the channel, as the DAQ form does.
+TEST_F(LoadingByQuestions, HasAPDLoadsTheHardwareForAnOfflineChannelThatTheDetectorLacks) {
+  const geo::OfflineChan none(896, 0);
+  RunHistory real(13002, "Birch");
+  test::CapturedOutput output;
+  EXPECT_FALSE(real.HasAPD(none));
+  EXPECT_TRUE(Peer::LoadedFlags(real).hardware);
+  const auto before = ConnectionStatistics::Now();
+  EXPECT_FALSE(real.HasAPD(none));
+  EXPECT_EQ(ConnectionStatistics::Now().connectionAttempts, before.connectionAttempts);
+
+  RunHistory simulated(5, "Birch");
+  EXPECT_FALSE(simulated.HasAPD(none)) << "though every diblock is good";
+  EXPECT_TRUE(Peer::LoadedFlags(simulated).hardware);
+  EXPECT_EQ(simulated.GetDiBlocks().size(), 14U);
+  EXPECT_EQ(output.StandardOutput(),
+            "RunHistory: Loading FEB and APD installation information\n"
+            "Looks like a MC run number - assume perfect + any mask\n");
+}
+
 TEST_F(LoadingByQuestions, GetFEBLoadsTheAPDSettingsFirst) {
   RunHistory run(13002, "Birch");
   test::CapturedOutput output;

@@ -80,11 +80,22 @@ TEST_F(NearHardware, OutsideTheDetectorIsReportedAndLeftOut) {
   auto run = database.Run();
   ActivityOf([&] { EXPECT_TRUE(run.LoadHardwareInfo()); });
   EXPECT_THAT(Installed(run), IsEmpty());
-  EXPECT_TRUE(run.GetDiBlocks()[0].isActive);
   EXPECT_THAT(
       database.TakeErrors("RunHistory"),
       ElementsAre("LoadHardwareInfo: left out 5 rows that point outside the run's detector, the first: "
                   "diblock 4, DCM 0, port 1"));
+}
+
+TEST_F(NearHardware, OnAPortThatAnActiveDCMLacksClearsItsDiBlock) {
+  database.AddDCM("dcm-1-03-01");
+  database.AddNearModule("'dcm-1-03-05'", "1");
+  database.AddNearModule("'dcm-1-04-01'", "64");
+  auto run = database.Run();
+  ActivityOf([&] { EXPECT_TRUE(run.LoadHardwareInfo()); });
+  EXPECT_THAT(Installed(run), IsEmpty());
+  EXPECT_TRUE(run.GetDiBlocks()[0].isActive) << "there is no such DCM in it";
+  EXPECT_FALSE(run.GetDiBlocks()[1].isActive);
+  EXPECT_THAT(database.TakeErrors("RunHistory"), testing::SizeIs(1));
 }
 
 TEST_F(NearHardware, WithoutValuesReadsAsZero) {

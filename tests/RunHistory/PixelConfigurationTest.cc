@@ -129,6 +129,8 @@ TEST(PixelConfiguration, OfARunWithoutDCMsIsEmptyAndAsksNothing) {
   EXPECT_EQ(run.NEnabledFEBs(), 0);
   EXPECT_EQ(run.NTotalChannels(), 0);
   EXPECT_TRUE(Peer::LoadedFlags(run).pixel);
+  EXPECT_EQ(output.StandardOutput(), std::string(kHardwareLine) + kPixelLines)
+      << "it goes through both look-ups";
   EXPECT_EQ(output.StandardError(), "");
 }
 

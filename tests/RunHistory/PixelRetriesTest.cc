@@ -1,6 +1,8 @@
 // How LoadPixelInfo tries again.
+#include <array>
 #include <cmath>
 #include <cstdlib>
+#include <limits>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -128,6 +130,46 @@ TEST_F(PixelRetries, PausesLieBetweenOneAndTwoToTheTryPlusOne) {
       EXPECT_LE(pauses.Seconds()[i], (1U << (2 * i)) + 1);
     }
   }
+}
+
+/// Makes random() begin with 0, of which no seed of the usual generator is known, while it lives.
+class RandomFromZero {
+public:
+  // The smallest generator gives 1103515245 seed + 12345 in 31 bits.
+  RandomFromZero() : before_(initstate(2088216195U, state_.data(), state_.size())) {}
+  ~RandomFromZero() { setstate(before_); }
+  RandomFromZero(const RandomFromZero&) = delete;
+  RandomFromZero& operator=(const RandomFromZero&) = delete;
+
+private:
+  alignas(int) std::array<char, 8> state_{};
+  char* before_;
+};
+
+TEST_F(PixelRetries, OfAHugeTryPauseForAsLongAsCanBeSaid) {
+  LoadBefore();
+  run.SetMaxLoadRetries(2000);
+  const CapturedMessages messages;
+  const ObservedPauses pauses;
+  const CapturedOutput output;
+  srandom(20150801);
+  EXPECT_FALSE(run.LoadPixelInfo(2000));
+  EXPECT_THAT(pauses.Seconds(), ElementsAre(std::numeric_limits<unsigned int>::max()));
+}
+
+TEST_F(PixelRetries, OfAHugeTryPauseForASecondWhenTheDrawIsZero) {
+  {
+    const RandomFromZero zero;
+    ASSERT_EQ(random(), 0);
+  }
+  LoadBefore();
+  run.SetMaxLoadRetries(2000);
+  const CapturedMessages messages;
+  const ObservedPauses pauses;
+  const CapturedOutput output;
+  const RandomFromZero zero;
+  EXPECT_FALSE(run.LoadPixelInfo(2000));
+  EXPECT_THAT(pauses.Seconds(), ElementsAre(1U));
 }
 
 TEST_F(PixelRetries, ATryBeyondTheMaximumOnlyGivesUp) {
