@@ -51,10 +51,9 @@ bool Table::AddOrderColumn(std::string name) {
 bool Table::SetValidityText(const std::string& column, const std::string& lower, const std::string& upper) {
   const ColumnDef* definition = GetCol(column);
   if (definition == nullptr || (definition->Type() == "bool" && lower != upper)) {
-    unsetRanges_.push_back(column);
+    if (!refusedRange_) { refusedRange_ = column; }
     return false;
   }
-  unsetRanges_.erase(std::remove(unsetRanges_.begin(), unsetRanges_.end(), column), unsetRanges_.end());
   const auto found = std::find_if(validityLower_.begin(), validityLower_.end(),
                                   [&](const ColumnDef& bound) { return bound.Name() == column; });
   const auto index = static_cast<std::size_t>(found - validityLower_.begin());
@@ -144,9 +143,9 @@ bool Table::Load() {
     LogError("BrioDatabase") << "a table without a definition cannot be loaded";
     return false;
   }
-  if (!unsetRanges_.empty()) {
+  if (refusedRange_ && validityLower_.empty()) {
     LogError("BrioDatabase") << definitionFile_ << ": the table \"" << name_
-                             << "\" cannot be restricted by a column \"" << unsetRanges_.front() << "\"";
+                             << "\" cannot be restricted by a column \"" << *refusedRange_ << "\"";
     return false;
   }
   if (!GetConnection(0)) { return false; }

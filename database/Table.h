@@ -2,6 +2,7 @@
 
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -55,8 +56,9 @@ public:
 
   /// Restricts Load to rows whose column lies between two values, both included; a second call for the same
   /// column replaces the first.
-  /// \return false, with nothing changed, when there is no such column, or when it is of type "bool" and the
-  ///         bounds differ. Load fails as long as a restriction that was asked for could not be set.
+  /// \return false, with both lists unchanged, when there is no such column, or when it is of type "bool" and
+  ///         the bounds differ. Load fails as long as this was refused and no other restriction is in effect,
+  ///         so that a selection gone wrong never fetches a whole table.
   template <class T>
   bool SetValidityRange(const std::string& column, T lower, T upper);
   template <class T>
@@ -116,7 +118,7 @@ private:
   std::vector<ColumnDef> validityLower_;
   std::vector<ColumnDef> validityUpper_;
   bool hasValidityRange_ = false;
-  std::vector<std::string> unsetRanges_;
+  std::optional<std::string> refusedRange_;
   std::unique_ptr<PGresult, void (*)(PGresult*)> result_;
   std::vector<Column> cells_;
   std::vector<Row> rows_;

@@ -132,6 +132,15 @@ TEST_F(TableSetUp, DoesNotLoadMoreThanWasAskedForWhenARestrictionCouldNotBeSet) 
             Texts{file_ + ": the table \"t\" cannot be restricted by a column \"Run\""});
 }
 
+TEST_F(TableSetUp, AColumnWithoutANameRestrictsNothingEither) {
+  table_.SetDetector("Birch");
+  EXPECT_FALSE(table_.SetValidityRange<int>("", 1));
+  const CapturedMessages messages;
+  EXPECT_FALSE(table_.Load());
+  EXPECT_EQ(messages.Texts(Severity::Error, "BrioDatabase"),
+            Texts{file_ + ": the table \"t\" cannot be restricted by a column \"\""});
+}
+
 TEST_F(TableSetUp, ATableWithoutDefinitionCannotBeLoaded) {
   Table table;
   table.SetDetector("Birch");
