@@ -6,6 +6,7 @@
 #include "database/Session.h"
 #include "database/TableDefinition.h"
 #include "framework/MessageLogger.h"
+#include "framework/exception.h"
 
 namespace brio::dbi {
 namespace {
@@ -34,6 +35,10 @@ bool Contains(const std::vector<std::string>& list, const std::string& text) {
 Table::Table() : result_(nullptr, &PQclear) {}
 
 Table::Table(const char* definitionFile) : Table() {
+  if (definitionFile == nullptr) {
+    throw cet::exception("BrioDatabase")
+        << "a table was asked for with a null pointer for its definition file";
+  }
   TableDefinition definition = ReadTableDefinition(definitionFile);
   columns_ = std::move(definition.columns);
   definitionFile_ = std::move(definition.file);
@@ -43,9 +48,27 @@ Table::Table(const char* definitionFile) : Table() {
 
 Table::~Table() = default;
 
+void Table::SetDetector(std::string detector) {
+  if (detector != detector_) { CloseConnection(); }
+  detector_ = std::move(detector);
+}
+
+void Table::SetTableType(int type) {
+  if (type != type_) { CloseConnection(); }
+  type_ = type;
+}
+
 bool Table::AddOrderColumn(std::string name) {
   order_.push_back(std::move(name));
   return true;
+}
+
+bool Table::AddOrderColumn(const char* name) {
+  if (name == nullptr) {
+    throw cet::exception("BrioDatabase")
+        << "the table \"" << name_ << "\" was given a null pointer for a column to sort by";
+  }
+  return AddOrderColumn(std::string(name));
 }
 
 bool Table::SetValidityText(const std::string& column, const std::string& lower, const std::string& upper) {

@@ -31,6 +31,7 @@ public:
   /// (docs/operators.md).
   /// \throws cet::exception "BrioDatabase" when the file is missing, is no definition or has a column without
   ///         a name or of an unknown type; the message names the file, the line and what is wrong.
+  ///         The same for a null pointer.
   explicit Table(const char* definitionFile);
   /// A table without columns, made to hold a connection for hand-written SQL.
   Table();
@@ -38,8 +39,9 @@ public:
   Table(const Table&) = delete;
   Table& operator=(const Table&) = delete;
 
-  void SetDetector(std::string detector) { detector_ = std::move(detector); }
-  void SetTableType(int type) { type_ = type; }
+  /// Another detector, or another table type, than before gives up a connection that is held.
+  void SetDetector(std::string detector);
+  void SetTableType(int type);
   /// Overrides the schema that the definition file names.
   void SetSubSchema(std::string schema) { subSchema_ = std::move(schema); }
   /// Log the wall time of every statement at info severity.
@@ -48,9 +50,10 @@ public:
   void SetTimeParsing(bool on) { timeParsing_ = on; }
   /// Adds a column that Load does not fetch; its values are absent, its index stays.
   void AddExcludeCol(std::string name) { excluded_.push_back(std::move(name)); }
-  bool AddOrderColumn(const char* name) { return AddOrderColumn(std::string(name)); }
   /// Appends a column to sort by. \return true
   bool AddOrderColumn(std::string name);
+  /// The same. \throws cet::exception "BrioDatabase" for a null pointer.
+  bool AddOrderColumn(const char* name);
   /// Sorts descending, NULLs last; there is no way back.
   void SetOrderDesc() { orderDescending_ = true; }
 

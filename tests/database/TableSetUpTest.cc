@@ -5,7 +5,9 @@
 #include <gtest/gtest.h>
 
 #include "database/Table.h"
+#include "framework/exception.h"
 #include "tests/database/Fixtures.h"
+#include "tests/support/Locale.h"
 #include "tests/support/Output.h"
 
 namespace brio::dbi {
@@ -153,6 +155,21 @@ TEST_F(TableSetUp, ATableWithoutDefinitionCannotBeLoaded) {
 TEST_F(TableSetUp, OrderColumnsAreTakenInBothForms) {
   EXPECT_TRUE(table_.AddOrderColumn("run"));
   EXPECT_TRUE(table_.AddOrderColumn(std::string("note")));
+}
+
+TEST_F(TableSetUp, NullPointersAreRefused) {
+  const auto thrown = [](const auto& action) -> std::string {
+    try {
+      action();
+    } catch (const cet::exception& error) { return error.what(); }
+    return "nothing";
+  };
+  EXPECT_EQ(thrown([] { Table table(nullptr); }),
+            "BrioDatabase: a table was asked for with a null pointer for its definition file");
+  const char* column = nullptr;
+  EXPECT_EQ(thrown([&] { table_.AddOrderColumn(column); }),
+            "BrioDatabase: the table \"t\" was given a null pointer for a column to sort by");
+  EXPECT_NE(thrown([&] { table_.AddOrderColumn(nullptr); }), "nothing");
 }
 
 TEST(Table, ReadsEveryDefinitionFileOfTheRunTables) {
