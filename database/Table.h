@@ -9,6 +9,7 @@
 #include <libpq-fe.h>
 
 #include "database/ColumnDef.h"
+#include "database/PlainText.h"
 #include "database/Row.h"
 
 namespace brio::dbi {
@@ -130,7 +131,8 @@ private:
 
 template <class T>
 bool Table::SetValidityRange(const std::string& column, T lower, T upper) {
-  return SetValidityText(column, std::to_string(lower), std::to_string(upper));
+  // In fixed notation with six digits where T is no integer; the sign makes a number of a character.
+  return SetValidityText(column, PlainText(std::fixed, +lower), PlainText(std::fixed, +upper));
 }
 
 }  // namespace brio::dbi

@@ -98,6 +98,17 @@ TEST_F(TableSetUp, ASingleValueIsARangeOfEqualBounds) {
   EXPECT_EQ(Bounds(table_.ValidityUpper()), Texts{"integer run 13000"});
 }
 
+TEST_F(TableSetUp, BoundsAreWrittenTheSameInEveryLocale) {
+  const test::GlobalDecimalComma comma;
+  EXPECT_TRUE(table_.SetValidityRange<int>("run", -2147483647, 2147483647));
+  EXPECT_TRUE(table_.SetValidityRange<double>("note", 1234.5, 1e6));
+  EXPECT_TRUE(table_.SetValidityRange<char>("good", 'A'));
+  EXPECT_EQ(Bounds(table_.ValidityLower()),
+            (Texts{"integer run -2147483647", "text note 1234.500000", "bool good 65"}));
+  EXPECT_EQ(Bounds(table_.ValidityUpper()),
+            (Texts{"integer run 2147483647", "text note 1000000.000000", "bool good 65"}));
+}
+
 TEST_F(TableSetUp, ASecondRangeOfAColumnReplacesTheFirst) {
   EXPECT_TRUE(table_.SetValidityRange<int>("run", 1, 2));
   EXPECT_TRUE(table_.SetValidityRange<int>("good", 1));
