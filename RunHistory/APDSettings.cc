@@ -1,11 +1,11 @@
 #include <cmath>
-#include <sstream>
 
 #include "RunHistory/ChannelLookup.h"
 #include "RunHistory/DAQEnvironment.h"
 #include "RunHistory/OutsideRows.h"
 #include "RunHistory/RunHistory.h"
 #include "database/LoadScope.h"
+#include "database/PlainText.h"
 #include "experiment/dcs/APDSettings.h"
 #include "framework/MessageLogger.h"
 
@@ -22,9 +22,7 @@ constexpr double kLargestDeviation = 10.0;
 constexpr double kNoTemperature = -100.0;
 
 std::string Described(const HardwareLocation& location) {
-  std::ostringstream text;
-  text << "dcm-2-" << location.diblock << "-" << location.dcm << "-" << location.port;
-  return text.str();
+  return PlainText("dcm-2-", location.diblock, "-", location.dcm, "-", location.port);
 }
 
 /// Copies an APD's gains to its board; a mean too far from the nominal gain is reported and replaced.

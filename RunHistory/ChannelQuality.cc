@@ -3,6 +3,7 @@
 #include <iostream>
 
 #include "RunHistory/RunHistory.h"
+#include "database/PlainText.h"
 
 namespace brio::dbi {
 
@@ -32,7 +33,7 @@ bool RunHistory::IsBad(geo::OfflineChan channel, long time) {
 void RunHistory::PrintChanInfo() {
   for (const auto& [channel, history] : chanInfoHistory) {
     for (const auto& record : history.Records()) {
-      std::cout << channel.Plane() << "," << channel.Cell() << "," << record.occupancy << std::endl;
+      WriteLine(std::cout, channel.Plane(), ",", channel.Cell(), ",", record.occupancy);
     }
   }
 }

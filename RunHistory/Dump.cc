@@ -2,33 +2,34 @@
 
 #include "RunHistory/RunHistory.h"
 #include "database/LoadScope.h"
+#include "database/PlainText.h"
 
 namespace brio::dbi {
 
 void RunHistory::Dump() {
   const LoadScope scope;
-  std::cout << "****************************************" << std::endl;
-  std::cout << "Dump of run " << runNumber << std::endl;
-  std::cout << "****************************************\n" << std::endl;
-  std::cout << "Num Subruns        : " << nSubruns << std::endl;
+  WriteLine(std::cout, "****************************************");
+  WriteLine(std::cout, "Dump of run ", runNumber);
+  WriteLine(std::cout, "****************************************\n");
+  WriteLine(std::cout, "Num Subruns        : ", nSubruns);
   // What loads writes lines of its own, which come before the label.
   const std::string start = TStartAsString();
-  std::cout << "Start time         : " << start << std::endl;
+  WriteLine(std::cout, "Start time         : ", start);
   const std::string stop = TStopAsString();
-  std::cout << "End time           : " << stop << std::endl;
-  std::cout << "Trig Tot           : " << nTriggers << std::endl;
-  std::cout << "Num Active Channels: " << nActiveChannels << std::endl;
-  std::cout << "Num Total Channels:  " << nTotalChannels << std::endl;
+  WriteLine(std::cout, "End time           : ", stop);
+  WriteLine(std::cout, "Trig Tot           : ", nTriggers);
+  WriteLine(std::cout, "Num Active Channels: ", nActiveChannels);
+  WriteLine(std::cout, "Num Total Channels:  ", nTotalChannels);
   const unsigned int nLiveDCMs = NLiveDCMs();
-  std::cout << "Num DCMs           : " << nLiveDCMs << std::endl;
+  WriteLine(std::cout, "Num DCMs           : ", nLiveDCMs);
   for (const auto& diblock : diBlocks) {
     for (const auto& dcm : diblock.dcms) {
-      if (dcm.isActive) { std::cout << "\t" << dcm.appName << std::endl; }
+      if (dcm.isActive) { WriteLine(std::cout, "\t", dcm.appName); }
     }
   }
-  std::cout << "Num BNEVBs         : " << bnevbs.size() << std::endl;
+  WriteLine(std::cout, "Num BNEVBs         : ", bnevbs.size());
   for (const auto& bnevb : bnevbs) {
-    std::cout << "\t" << bnevb.appName << std::endl;
+    WriteLine(std::cout, "\t", bnevb.appName);
   }
 }
 

@@ -3,6 +3,7 @@
 #include "RunHistory/RunHistory.h"
 #include "RunHistory/RunTable.h"
 #include "database/LoadScope.h"
+#include "database/PlainText.h"
 #include "framework/exception.h"
 
 namespace brio::dbi {
@@ -59,8 +60,9 @@ bool RunHistory::LoadGoodDiBlockMask() {
   } else if (abortIfNoMask) {
     throw cet::exception("RunHistory") << "No mask found in DB!";
   } else {
-    std::cout << "WARNING: RunHistory::LoadGoodDiBlockMask(): No good diblock mask info found for run "
-              << runNumber << ", so assuming all good diblocks" << std::endl;
+    WriteLine(std::cout,
+              "WARNING: RunHistory::LoadGoodDiBlockMask(): No good diblock mask info found for run ",
+              runNumber, ", so assuming all good diblocks");
     goodDiBlockMask = kAllGoodWithoutMask;
   }
   if (applyAnalysisMask && detector == briodaq::cnv::Birch && found) {
@@ -75,9 +77,9 @@ bool RunHistory::LoadGoodDiBlockMask() {
     goodDiBlockMask = analysisMask;
   }
   if (goodDiBlockMask == 0) {
-    std::cout << "WARNING: entire detector masked off by analysis requirements!" << std::endl
-              << "RunHistory::LoadGoodDiBlockMask(): No analyzable detector region found for run "
-              << runNumber << std::endl;
+    WriteLine(std::cout, "WARNING: entire detector masked off by analysis requirements!");
+    WriteLine(std::cout, "RunHistory::LoadGoodDiBlockMask(): No analyzable detector region found for run ",
+              runNumber);
   }
   goodDiBlockMaskLoaded = true;
   return true;

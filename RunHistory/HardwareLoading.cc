@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <array>
 #include <iostream>
-#include <sstream>
 
 #include "RunHistory/ApplicationName.h"
 #include "RunHistory/ChannelLookup.h"
@@ -10,6 +9,7 @@
 #include "RunHistory/RunHistory.h"
 #include "RunHistory/RunTable.h"
 #include "database/LoadScope.h"
+#include "database/PlainText.h"
 #include "database/Result.h"
 
 namespace brio::dbi {
@@ -37,9 +37,7 @@ bool IsNeverMarked(const InstalledModule& module) {
 }
 
 std::string Described(const InstalledModule& module) {
-  std::ostringstream text;
-  text << "diblock " << module.diblock << ", DCM " << module.dcm << ", port " << module.port;
-  return text.str();
+  return PlainText("diblock ", module.diblock, ", DCM ", module.dcm, ", port ", module.port);
 }
 
 std::string NearStatement(const std::string& time) {

@@ -3,6 +3,7 @@
 #include "RunHistory/RunHistory.h"
 #include "RunHistory/RunTable.h"
 #include "database/LoadScope.h"
+#include "database/PlainText.h"
 
 namespace brio::dbi {
 
@@ -17,7 +18,7 @@ bool RunHistory::LoadPOT() {
   table->SetValidityRange<int>("run", runNumber);
   table->Load();
   if (table->NRow() == 0) {
-    std::cerr << "RunHistory::LoadPOT(): No POT info found for run " << runNumber << std::endl;
+    WriteLine(std::cerr, "RunHistory::LoadPOT(): No POT info found for run ", runNumber);
     return false;
   }
   table->GetRow(0)->Col(potColumn).Get(totalPOT);

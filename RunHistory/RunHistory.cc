@@ -3,6 +3,8 @@
 #include <iostream>
 #include <utility>
 
+#include "database/PlainText.h"
+
 namespace brio::dbi {
 
 using briodaq::cnv::DetId;
@@ -39,7 +41,7 @@ void RunHistory::SetRunNumber(int run) {
 void RunHistory::SetDetector(DetId id) {
   if (id != detectorId) { InvalidateCaches(); }
   if (!DetInfo::DetIdOk(id) && id != briodaq::cnv::Unknown) {
-    std::cerr << "Bad detector id: " << static_cast<int>(id) << std::endl;
+    WriteLine(std::cerr, "Bad detector id: ", static_cast<int>(id));
     throw;
   }
   detectorId = id;
@@ -48,7 +50,7 @@ void RunHistory::SetDetector(DetId id) {
 
 void RunHistory::SetDetector(const std::string& name) {
   if (!DetInfo::DetNameOk(name)) {
-    std::cerr << "Bad detector id: " << name << std::endl;
+    WriteLine(std::cerr, "Bad detector id: ", name);
     throw;
   }
   SetDetector(static_cast<DetId>(DetInfo::GetId(name)));

@@ -149,12 +149,11 @@ public:
   /// daqresourcesbyrun. False when the runs table has no such run, which is remembered and not asked again.
   /// \throws cet::exception "RunHistory::InvalidDetName", "RunHistory::FailedLoadRuns",
   ///   "RunHistory::FailedLoadRsrcs", "RunHistory::NoRsrcs"; with SetAbortIfRunMissing "RunHistory::" at the
-  ///   second question for a missing run; "BrioDatabase" for a missing or broken definition file;
-  ///   std::out_of_range for a DCM's name that is too short to hold its numbers.
+  ///   second question for a missing run; with the mask in use and SetAbortIfNoMask "RunHistory" when none is
+  ///   stored; "BrioDatabase" for a bad definition file; std::out_of_range for too short a DCM's name.
   bool LoadDAQRunHistory();
   /// Which ports have a module installed at the run's start: from hardware_position for `Alder`, from the
-  /// factory's tables for `Birch`. Throws what LoadDAQRunHistory and, with the mask in use,
-  /// LoadGoodDiBlockMask throw.
+  /// factory's tables for `Birch`. Throws what LoadDAQRunHistory throws.
   bool LoadHardwareInfo();
   /// Enabled boards and pixels, and thresholds, of the run's DAQ configuration. When it is not valid, tries
   /// again after a pause as often as SetMaxLoadRetries allows. Throws what the loaders before it throw.
@@ -208,7 +207,8 @@ public:
   std::time_t SubrunTStart(int subrun);
   /// The run's stop for the last subrun, else 0.
   std::time_t SubrunTStop(int subrun);
-  /// Writes the run in readable form to standard output. What cannot be loaded is shown as it stands.
+  /// Writes the run in readable form to standard output, line by line while it loads. What a loader answers
+  /// false for is shown as it stands; what a loader throws ends the dump after the lines before it.
   void Dump();
 
   /// Subrun records of the newest version, from dqsubruninfo; also for simulated runs. Empty when there are

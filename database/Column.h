@@ -2,6 +2,8 @@
 
 #include <iostream>
 #include <limits>
+#include <locale>
+#include <sstream>
 #include <string>
 #include <type_traits>
 
@@ -18,7 +20,7 @@ public:
   explicit Column(const char* text) : text_(text) {}
 
   /// Converts the whole text to a T (no blanks around it, no fraction for an integer, nothing out of range)
-  /// and stores it in `out`.
+  /// and stores it in `out`. No locale plays a part.
   /// \return false, with `out` unchanged, when the value is absent, and when the text cannot be converted,
   ///         which also writes a line that shows the text to standard error. Never throws for what the text
   ///         holds.
@@ -41,7 +43,13 @@ public:
 private:
   template <class T>
   static T Converted(const std::string& text) {
-    if constexpr (std::is_same_v<T, short>) {
+    if constexpr (std::is_integral_v<T> && sizeof(T) > sizeof(char)) {
+      // Where the global locale groups digits, the conversion would take its separators.
+      if (text.find_first_not_of("+-0123456789") != std::string::npos) { throw boost::bad_lexical_cast(); }
+    }
+    if constexpr (std::is_floating_point_v<T>) {
+      return std::locale() == std::locale::classic() ? boost::lexical_cast<T>(text) : FromPlainText<T>(text);
+    } else if constexpr (std::is_same_v<T, short>) {
       // By way of int: for a short the conversion multiplies before it looks whether a character is a digit,
       // which overflows for some texts that are none.
       const int wide = boost::lexical_cast<int>(text);
@@ -52,6 +60,22 @@ private:
     } else {
       return boost::lexical_cast<T>(text);
     }
+  }
+
+  /// What boost::lexical_cast gives in the classic locale, without following the global one.
+  template <class T>
+  static T FromPlainText(const std::string& text) {
+    // "inf" and "nan" in their many forms are read alike in all locales, and no other number has an n.
+    if (text.find_first_of("nN") != std::string::npos) { return boost::lexical_cast<T>(text); }
+    std::istringstream stream(text);
+    stream.imbue(std::locale::classic());
+    T value{};
+    const bool isRead =
+        (stream >> std::noskipws >> value) && stream.get() == std::istringstream::traits_type::eof();
+    if (!isRead || std::string("eE+-").find(text.back()) != std::string::npos) {
+      throw boost::bad_lexical_cast();
+    }
+    return value;
   }
 
   const char* text_ = nullptr;

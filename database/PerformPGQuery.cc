@@ -1,6 +1,7 @@
 #include "database/PerformPGQuery.h"
 
 #include "framework/MessageLogger.h"
+#include "framework/exception.h"
 
 namespace brio::dbi {
 namespace {
@@ -57,6 +58,9 @@ std::optional<int> PerformPGQuery(const std::string& query, Table& table, const 
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
 #endif
 PGresult* PerformPGQuery(const std::string& query, const std::auto_ptr<Table>& table) {
+  if (table.get() == nullptr) {
+    throw cet::exception("BrioDatabase") << "PerformPGQuery was called without a table";
+  }
   return PerformPGQuery(query, *table);
 }
 #if defined(__GNUC__)

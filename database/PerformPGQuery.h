@@ -30,6 +30,7 @@ std::optional<int> PerformPGQuery(const std::string& query, Table& table, const 
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
 #endif
 /// The same for a table held by the pointer type of older code. The table stays the caller's.
+/// \throws cet::exception "BrioDatabase" when the pointer holds none.
 PGresult* PerformPGQuery(const std::string& query, const std::auto_ptr<Table>& table);
 #if defined(__GNUC__)
 #pragma GCC diagnostic pop

@@ -6,6 +6,7 @@
 #include "database/Session.h"
 #include "database/TableDefinition.h"
 #include "framework/MessageLogger.h"
+#include "framework/exception.h"
 
 namespace brio::dbi {
 namespace {
@@ -34,6 +35,10 @@ bool Contains(const std::vector<std::string>& list, const std::string& text) {
 Table::Table() : result_(nullptr, &PQclear) {}
 
 Table::Table(const char* definitionFile) : Table() {
+  if (definitionFile == nullptr) {
+    throw cet::exception("BrioDatabase")
+        << "a table was asked for with a null pointer for its definition file";
+  }
   TableDefinition definition = ReadTableDefinition(definitionFile);
   columns_ = std::move(definition.columns);
   definitionFile_ = std::move(definition.file);
@@ -43,18 +48,35 @@ Table::Table(const char* definitionFile) : Table() {
 
 Table::~Table() = default;
 
+void Table::SetDetector(std::string detector) {
+  if (detector != detector_) { CloseConnection(); }
+  detector_ = std::move(detector);
+}
+
+void Table::SetTableType(int type) {
+  if (type != type_) { CloseConnection(); }
+  type_ = type;
+}
+
 bool Table::AddOrderColumn(std::string name) {
   order_.push_back(std::move(name));
   return true;
 }
 
+bool Table::AddOrderColumn(const char* name) {
+  if (name == nullptr) {
+    throw cet::exception("BrioDatabase")
+        << "the table \"" << name_ << "\" was given a null pointer for a column to sort by";
+  }
+  return AddOrderColumn(std::string(name));
+}
+
 bool Table::SetValidityText(const std::string& column, const std::string& lower, const std::string& upper) {
   const ColumnDef* definition = GetCol(column);
   if (definition == nullptr || (definition->Type() == "bool" && lower != upper)) {
-    unsetRanges_.push_back(column);
+    if (!refusedRange_) { refusedRange_ = column; }
     return false;
   }
-  unsetRanges_.erase(std::remove(unsetRanges_.begin(), unsetRanges_.end(), column), unsetRanges_.end());
   const auto found = std::find_if(validityLower_.begin(), validityLower_.end(),
                                   [&](const ColumnDef& bound) { return bound.Name() == column; });
   const auto index = static_cast<std::size_t>(found - validityLower_.begin());
@@ -144,9 +166,9 @@ bool Table::Load() {
     LogError("BrioDatabase") << "a table without a definition cannot be loaded";
     return false;
   }
-  if (!unsetRanges_.empty()) {
+  if (refusedRange_ && validityLower_.empty()) {
     LogError("BrioDatabase") << definitionFile_ << ": the table \"" << name_
-                             << "\" cannot be restricted by a column \"" << unsetRanges_.front() << "\"";
+                             << "\" cannot be restricted by a column \"" << *refusedRange_ << "\"";
     return false;
   }
   if (!GetConnection(0)) { return false; }

@@ -2,12 +2,14 @@
 
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include <libpq-fe.h>
 
 #include "database/ColumnDef.h"
+#include "database/PlainText.h"
 #include "database/Row.h"
 #include "database/RowConsumer.h"
 
@@ -31,6 +33,7 @@ public:
   /// (docs/operators.md).
   /// \throws cet::exception "BrioDatabase" when the file is missing, is no definition or has a column without
   ///         a name or of an unknown type; the message names the file, the line and what is wrong.
+  ///         The same for a null pointer.
   explicit Table(const char* definitionFile);
   /// A table without columns, made to hold a connection for hand-written SQL.
   Table();
@@ -38,8 +41,9 @@ public:
   Table(const Table&) = delete;
   Table& operator=(const Table&) = delete;
 
-  void SetDetector(std::string detector) { detector_ = std::move(detector); }
-  void SetTableType(int type) { type_ = type; }
+  /// Another detector, or another table type, than before gives up a connection that is held.
+  void SetDetector(std::string detector);
+  void SetTableType(int type);
   /// Overrides the schema that the definition file names.
   void SetSubSchema(std::string schema) { subSchema_ = std::move(schema); }
   /// Log the wall time of every statement at info severity.
@@ -48,16 +52,18 @@ public:
   void SetTimeParsing(bool on) { timeParsing_ = on; }
   /// Adds a column that Load does not fetch; its values are absent, its index stays.
   void AddExcludeCol(std::string name) { excluded_.push_back(std::move(name)); }
-  bool AddOrderColumn(const char* name) { return AddOrderColumn(std::string(name)); }
   /// Appends a column to sort by. \return true
   bool AddOrderColumn(std::string name);
+  /// The same. \throws cet::exception "BrioDatabase" for a null pointer.
+  bool AddOrderColumn(const char* name);
   /// Sorts descending, NULLs last; there is no way back.
   void SetOrderDesc() { orderDescending_ = true; }
 
   /// Restricts Load to rows whose column lies between two values, both included; a second call for the same
   /// column replaces the first.
-  /// \return false, with nothing changed, when there is no such column, or when it is of type "bool" and the
-  ///         bounds differ. Load fails as long as a restriction that was asked for could not be set.
+  /// \return false, with both lists unchanged, when there is no such column, or when it is of type "bool" and
+  ///         the bounds differ. Load fails as long as this was refused and no other restriction is in effect,
+  ///         so that a selection gone wrong never fetches a whole table.
   template <class T>
   bool SetValidityRange(const std::string& column, T lower, T upper);
   template <class T>
@@ -122,7 +128,7 @@ private:
   std::vector<ColumnDef> validityLower_;
   std::vector<ColumnDef> validityUpper_;
   bool hasValidityRange_ = false;
-  std::vector<std::string> unsetRanges_;
+  std::optional<std::string> refusedRange_;
   std::unique_ptr<PGresult, void (*)(PGresult*)> result_;
   std::vector<Column> cells_;
   std::vector<Row> rows_;
@@ -131,7 +137,8 @@ private:
 
 template <class T>
 bool Table::SetValidityRange(const std::string& column, T lower, T upper) {
-  return SetValidityText(column, std::to_string(lower), std::to_string(upper));
+  // In fixed notation with six digits where T is no integer; the sign makes a number of a character.
+  return SetValidityText(column, PlainText(std::fixed, +lower), PlainText(std::fixed, +upper));
 }
 
 }  // namespace brio::dbi

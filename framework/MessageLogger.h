@@ -35,8 +35,9 @@ void Write(Severity severity, const std::string& category, const std::string& te
 
 }  // namespace messagelogger
 
-/// One message, built by streaming and written when the object dies, to standard error through spdlog. When
-/// its level is off for its category, nothing that is streamed to it is formatted.
+/// One message, built by streaming (in the classic locale, whatever the global one is) and written when the
+/// object dies, to standard error through spdlog. When its level is off for its category, nothing that is
+/// streamed to it is formatted.
 class LogMessage {
 public:
   LogMessage(Severity severity, std::string category);

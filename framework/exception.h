@@ -2,6 +2,7 @@
 
 #include <exception>
 #include <ios>
+#include <locale>
 #include <ostream>
 #include <sstream>
 #include <string>
@@ -29,8 +30,8 @@ public:
 
   /// Appends text to the message.
   void append(const std::string& text);
-  /// Appends a value as std::ostream formats it. What a manipulator sets (std::hex, std::setprecision) holds
-  /// for the values after it.
+  /// Appends a value as std::ostream formats it in the classic locale, whatever the global one is. What a
+  /// manipulator sets (std::hex, std::setprecision) holds for the values after it.
   template <class Value>
   void stream(const Value& value);
 
@@ -48,6 +49,7 @@ private:
 template <class Value>
 void exception::stream(const Value& value) {
   std::ostringstream text;
+  text.imbue(std::locale::classic());
   text.flags(flags_);
   text.precision(precision_);
   text.width(width_);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdlib>
+#include <locale>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -159,7 +160,7 @@ namespace brio {
 
 LogMessage::LogMessage(Severity severity, std::string category)
     : severity_(severity), category_(std::move(category)) {
-  if (messagelogger::IsEnabled(severity_, category_)) { text_.emplace(); }
+  if (messagelogger::IsEnabled(severity_, category_)) { text_.emplace().imbue(std::locale::classic()); }
 }
 
 LogMessage::~LogMessage() {

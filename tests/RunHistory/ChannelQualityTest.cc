@@ -1,7 +1,10 @@
 // Channel records that clients add.
 #include <gtest/gtest.h>
 
+#include <iostream>
+
 #include "tests/RunHistory/Peer.h"
+#include "tests/support/Locale.h"
 #include "tests/support/Output.h"
 
 namespace brio::test {
@@ -140,6 +143,15 @@ TEST(PrintedChannelRecords, ComeByChannelThenAsAdded) {
   CapturedOutput output;
   run.PrintChanInfo();
   EXPECT_EQ(output.StandardOutput(), "3,7,1.23457e+06\n3,20,0.25\n3,20,-6\n10,0,1e-07\n");
+}
+
+TEST(PrintedChannelRecords, AreAlikeWhateverTheFormatOfStandardOutput) {
+  RunHistory run;
+  run.SetChanInfo(geo::OfflineChan(895, 383), 0.125F, 2.0F, 10);
+  CapturedOutput output;
+  const OddFormat odd(std::cout);
+  run.PrintChanInfo();
+  EXPECT_EQ(output.StandardOutput(), "895,383,0.125\n");
 }
 
 TEST(PrintedChannelRecords, AreNothingWithoutRecords) {

@@ -103,12 +103,18 @@ TEST(DAQRunHistory, GroupsDCMsIntoDiBlocks) {
 TEST(DAQRunHistory, OfTheNearDetectorHasFourDCMsADiBlock) {
   RunDatabase database("Alder");
   database.AddRun();
+  database.AddDCM("dcm-1-04-04");
   database.AddDCM("dcm-1-04-02");
   auto run = database.Run();
   run.LoadDAQRunHistory();
   ASSERT_EQ(run.GetDiBlocks().size(), 1U);
-  EXPECT_EQ(run.GetDiBlocks()[0].dcms.size(), 4U);
-  EXPECT_THAT(ActiveNames(run), ElementsAre("dcm-1-04-02"));
+  const auto& dcms = run.GetDiBlocks()[0].dcms;
+  ASSERT_EQ(dcms.size(), 4U);
+  for (unsigned int i = 0; i < 4; ++i) {
+    EXPECT_EQ(dcms[i].number, i + 1);
+    EXPECT_EQ(dcms[i].isActive, i == 1 || i == 3) << i;
+  }
+  EXPECT_THAT(ActiveNames(run), ElementsAre("dcm-1-04-02", "dcm-1-04-04"));
 }
 
 TEST(DAQRunHistory, ListsEventBuildersInTheOrderOfTheirNames) {
@@ -224,6 +230,27 @@ TEST(DAQRunHistory, LeavesTheDCMsOfBadDiBlocksOutButCountsThem) {
   EXPECT_EQ(activity.connections, 1);
   EXPECT_EQ(activity.statements, 3);
   EXPECT_EQ(activity.transactions, 1);
+}
+
+TEST(DAQRunHistory, CountsAllDCMsOrThoseOfGoodDiBlocksAsAsked) {
+  RunDatabase database;
+  database.AddRun();
+  for (const char* name : {"dcm-2-01-01", "dcm-2-02-01", "dcm-2-02-02", "dcm-2-03-01", "dcm-2-03-12"}) {
+    database.AddDCM(name);
+  }
+  database.AddMask("5");
+  auto run = database.Run();
+  run.SetUseGoodDiBlockMask(true);
+  ActivityOf([&] {
+    EXPECT_EQ(run.NDCMs(), 5U);
+    EXPECT_EQ(run.NLiveDCMs(), 3U);
+  });
+  auto asked = database.Run();
+  asked.SetUseGoodDiBlockMask(true);
+  ActivityOf([&] {
+    EXPECT_EQ(asked.NLiveDCMs(), 3U) << "the first question of another object";
+    EXPECT_EQ(asked.NDCMs(), 5U);
+  });
 }
 
 TEST(DAQRunHistory, OfTheNearDetectorLosesOneDCMRowToTheFirstMaskAnswer) {

@@ -8,6 +8,7 @@
 #include "RunHistory/RunHistory.h"
 #include "tests/RunHistory/Activity.h"
 #include "tests/RunHistory/Peer.h"
+#include "tests/support/Locale.h"
 
 namespace brio::test {
 namespace {
@@ -113,6 +114,18 @@ TEST_P(RefusedNumber, EmptiesTheCachesAndPassesOnWhatIsBeingHandled) {
 }
 
 INSTANTIATE_TEST_SUITE_P(SetDetector, RefusedNumber, testing::Values(6, 8, -1, INT_MAX, INT_MIN));
+
+TEST(SetDetector, NamesARefusedNumberInDecimalWhateverTheFormatOfStandardError) {
+  RunHistory run(13000, "Birch");
+  bool isKept = false;
+  const auto activity = ActivityOf([&] {
+    const OddFormat odd(std::cerr);
+    SetInsideAHandler(run, static_cast<DetId>(1000006));
+    isKept = odd.IsKept();
+  });
+  EXPECT_EQ(activity.error, "Bad detector id: 1000006\n");
+  EXPECT_TRUE(isKept);
+}
 
 class RefusedName : public testing::TestWithParam<const char*> {};
 

@@ -7,6 +7,7 @@
 #include "tests/RunHistory/Activity.h"
 #include "tests/RunHistory/Peer.h"
 #include "tests/RunHistory/RunDatabase.h"
+#include "tests/support/Locale.h"
 
 namespace brio::test {
 namespace {
@@ -110,6 +111,25 @@ TEST(Dump, OfAFreshObjectBuildsASimulatedRunBeforeTheStartsLabel) {
   EXPECT_EQ(first.output, Head("-1", "-1") + kSimulatedLine + rest);
   const auto second = ActivityOf([&] { run.Dump(); });
   EXPECT_EQ(second.output, Head("-1", "64") + rest);
+}
+
+TEST(Dump, IsInDecimalWhateverTheFormatAndTheLocaleOfStandardOutput) {
+  RunHistory run(1000001, "Birch");
+  ActivityOf([&] { run.LoadAllDetInfo(); });
+  Peer::NSubruns(run) = 1234567;
+  Peer::NTriggers(run) = -1234567;
+  Peer::BNEVBs(run).resize(1000);
+  const auto plain = ActivityOf([&] { run.Dump(); });
+  ASSERT_THAT(plain.output, testing::StartsWith(Head("1000001", "1234567")));
+  bool isKept = false;
+  const auto activity = ActivityOf([&] {
+    const GlobalDecimalComma comma;
+    const OddFormat odd(std::cout);
+    run.Dump();
+    isKept = odd.IsKept();
+  });
+  EXPECT_EQ(activity.output, plain.output);
+  EXPECT_TRUE(isKept);
 }
 
 TEST(Dump, ThatFailsToLoadStopsAfterWhatItCouldTell) {

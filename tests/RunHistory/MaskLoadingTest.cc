@@ -4,6 +4,7 @@
 #include "tests/RunHistory/Activity.h"
 #include "tests/RunHistory/Peer.h"
 #include "tests/RunHistory/RunDatabase.h"
+#include "tests/support/Locale.h"
 
 namespace brio::test {
 namespace {
@@ -209,6 +210,23 @@ TEST_P(DataRun, HasItsMaskRead) {
 }
 
 INSTANTIATE_TEST_SUITE_P(MaskLoading, DataRun, testing::Values(10000, 999999));
+
+TEST(MaskLoading, NamesTheRunInDecimalWhateverTheFormatOfStandardOutput) {
+  RunDatabase database;
+  auto run = MaskedRun(database);
+  const auto missing = ActivityOf([&] {
+    const OddFormat odd(std::cout);
+    run.LoadGoodDiBlockMask();
+  });
+  EXPECT_EQ(missing.output, kNoMask);
+  run.InvalidateCaches();
+  database.AddMask("0");
+  const auto masked = ActivityOf([&] {
+    const OddFormat odd(std::cout);
+    run.LoadGoodDiBlockMask();
+  });
+  EXPECT_EQ(masked.output, kMaskedOff);
+}
 
 TEST(MaskLoading, IsRepeatedForAnotherRun) {
   RunDatabase database;

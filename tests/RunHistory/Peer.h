@@ -48,6 +48,7 @@ struct RunHistoryTestPeer {
   static std::string& DetectorName(RunHistory& run) { return run.detectorName; }
   static std::int32_t& NSubruns(RunHistory& run) { return run.nSubruns; }
   static std::int32_t& NTriggers(RunHistory& run) { return run.nTriggers; }
+  static std::int32_t NAnalysisChannels(const RunHistory& run) { return run.nAnalysisChannels; }
   static std::int32_t& NTotalChannels(RunHistory& run) { return run.nTotalChannels; }
   static std::int32_t& NEnabledFEBs(RunHistory& run) { return run.nEnabledFEBs; }
   static std::int32_t& NInstrumentedFEBs(RunHistory& run) { return run.nInstrumentedFEBs; }

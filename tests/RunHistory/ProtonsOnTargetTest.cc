@@ -2,10 +2,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <iostream>
+
 #include "database/ConnectionStatistics.h"
 #include "framework/exception.h"
 #include "tests/RunHistory/Definitions.h"
 #include "tests/RunHistory/Peer.h"
+#include "tests/support/Locale.h"
 #include "tests/support/Output.h"
 #include "tests/support/Server.h"
 
@@ -76,6 +79,13 @@ TEST_F(ProtonsOnTarget, MayHaveNoRowAndThenSaySoEachTime) {
   EXPECT_FALSE(Peer::LoadedFlags(run).pot);
   EXPECT_EQ(output.StandardOutput(), "");
   EXPECT_EQ(output.StandardError(), kNoRow + kNoRow);
+}
+
+TEST_F(ProtonsOnTarget, MayHaveNoRowAndThenNameTheRunInDecimal) {
+  CapturedOutput output;
+  const OddFormat odd(std::cerr);
+  EXPECT_FALSE(run.LoadPOT());
+  EXPECT_EQ(output.StandardError(), kNoRow);
 }
 
 TEST_F(ProtonsOnTarget, ThatComeLaterAreFound) {

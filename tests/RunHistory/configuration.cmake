@@ -1,6 +1,6 @@
 # DAQ configuration, slow controls, and whole-run loading.
 brio_server_test(RunHistory.configuration
-  SOURCES ConfiguredSite.cc SampleConfigurationTest.cc PixelConfigurationTest.cc PixelRetriesTest.cc
+  SOURCES ConfiguredSite.cc FilledCachesTest.cc SampleConfigurationTest.cc PixelConfigurationTest.cc PixelRetriesTest.cc
           ThresholdQuestionsTest.cc CoolingTest.cc APDSettingsTest.cc APDGainsTest.cc WholeRunTest.cc
           WholeRunRecoveryTest.cc
   LIBS brio::RunHistory)

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "database/ConnectionStatistics.h"
+#include "database/LoadScope.h"
 #include "tests/database/ServerFixtures.h"
 #include "tests/database/SilentHost.h"
 
@@ -38,6 +39,41 @@ TEST_F(ConnectToServer, SaysWhoItIsUnlessTheStringDoes) {
   EXPECT_EQ(Ask(*BareTable(), "SHOW application_name"), "brio-runhistory");
   ConnectAs("brio_reader", "application_name=nightly");
   EXPECT_EQ(Ask(*BareTable(), "SHOW application_name"), "nightly");
+}
+
+TEST_F(ConnectToServer, AnotherDetectorMeansAnotherDatabase) {
+  const test::ScratchDatabases both("empty", {"birch", "alder"});
+  const EnvironmentVariable where("BRIO_DATABASE", both.Template());
+  for (const char* detector : {"birch", "alder"}) {
+    both.Execute(std::string("CREATE TABLE facts AS SELECT 1 AS id, text '") + detector +
+                     "' AS note; GRANT SELECT ON facts TO brio_reader",
+                 detector);
+  }
+  const auto table = Facts();
+  ASSERT_TRUE(table->Load());
+  EXPECT_THAT(Notes(*table), ElementsAre("birch"));
+  table->SetDetector("Alder");
+  EXPECT_EQ(test::server::LastingConnections(both.Name("birch")), 0);
+  ASSERT_TRUE(table->Load());
+  EXPECT_THAT(Notes(*table), ElementsAre("alder"));
+  const LoadScope scope;
+  EXPECT_EQ(Ask(*table, "SELECT current_database()"), both.Name("alder"));
+  table->SetDetector("Birch");
+  EXPECT_EQ(Ask(*table, "SELECT current_database()"), both.Name("birch")) << "in a load too";
+}
+
+TEST_F(ConnectToServer, AnotherTableTypeMeansAnotherDatabase) {
+  ConnectAs("brio_reader", "application_name={database}");
+  const auto table = BareTable();
+  EXPECT_EQ(Ask(*table, "SHOW application_name"), "runs");
+  table->SetTableType(Table::kHardware);
+  EXPECT_EQ(Ask(*table, "SHOW application_name"), "hardware");
+  const std::string process = Ask(*table, "SELECT pg_backend_pid()");
+  table->SetTableType(Table::kHardware);
+  table->SetDetector("Birch");
+  EXPECT_EQ(Ask(*table, "SELECT pg_backend_pid()"), process) << "nothing changed";
+  table->SetTableType(1);
+  EXPECT_EQ(Ask(*table, "SHOW application_name"), "runs");
 }
 
 TEST_F(ConnectToServer, ThePasswordOfTheStringIsUsed) {

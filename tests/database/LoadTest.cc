@@ -116,6 +116,33 @@ TEST_F(Load, ARangeThatIsUpsideDownHasNoRows) {
   EXPECT_EQ(table_->NRow(), 0);
 }
 
+TEST_F(Load, ARefusedRangeBesideAGoodOneLeavesThatInEffect) {
+  EXPECT_TRUE(table_->SetValidityRange<int>("run", 7));
+  EXPECT_FALSE(table_->SetValidityRange<int>("Run", 8));
+  EXPECT_FALSE(table_->SetValidityRange<int>("good", 0, 1));
+  const CapturedMessages messages;
+  EXPECT_EQ(Statement(), kAll_ + R"( WHERE "run" = $1)");
+  EXPECT_THAT(Texts("run"), ElementsAre("7"));
+  EXPECT_TRUE(messages.All().empty());
+}
+
+TEST_F(Load, ARefusedRangeAloneFetchesNothingUntilAGoodOneIsSet) {
+  const CapturedMessages messages;
+  for (const char* column : {"good", ""}) {
+    EXPECT_FALSE(table_->SetValidityRange<int>(column, 0, 1));
+    const test::RecordedSteps steps;
+    EXPECT_FALSE(table_->Load());
+    EXPECT_TRUE(steps.Steps().empty()) << "not even a connection";
+    EXPECT_EQ(table_->NRow(), 0);
+  }
+  EXPECT_THAT(messages.Texts(Severity::Error, "BrioDatabase"),
+              testing::Each(testing::EndsWith("cannot be restricted by a column \"good\"")));
+  EXPECT_EQ(messages.All().size(), 2U);
+  EXPECT_TRUE(table_->SetValidityRange<int>("run", 9));
+  EXPECT_TRUE(table_->Load());
+  EXPECT_THAT(Texts("run"), ElementsAre("9"));
+}
+
 TEST_F(Load, WithoutARangeEveryRowComes) {
   EXPECT_EQ(Statement(), kAll_);
   EXPECT_EQ(table_->NRow(), 4);

@@ -11,6 +11,7 @@
 
 #include "database/ConnectionStatistics.h"
 #include "database/LoadScope.h"
+#include "framework/exception.h"
 #include "tests/database/ServerFixtures.h"
 
 namespace brio::dbi {
@@ -251,6 +252,16 @@ TEST_F(PerformQuery, TakesATableInThePointerOfOlderCode) {
   ASSERT_NE(result, nullptr);
   EXPECT_STREQ(PQgetvalue(result.get(), 0, 0), "two");
   EXPECT_NE(table.get(), nullptr);
+}
+
+TEST_F(PerformQuery, RefusesAPointerWithoutATable) {
+  const std::auto_ptr<Table> none;
+  try {
+    PerformPGQuery("SELECT 1", none);
+    FAIL() << "nothing was thrown";
+  } catch (const cet::exception& error) {
+    EXPECT_STREQ(error.what(), "BrioDatabase: PerformPGQuery was called without a table");
+  }
 }
 #pragma GCC diagnostic pop
 #endif

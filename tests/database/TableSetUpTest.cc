@@ -5,7 +5,9 @@
 #include <gtest/gtest.h>
 
 #include "database/Table.h"
+#include "framework/exception.h"
 #include "tests/database/Fixtures.h"
+#include "tests/support/Locale.h"
 #include "tests/support/Output.h"
 
 namespace brio::dbi {
@@ -96,6 +98,17 @@ TEST_F(TableSetUp, ASingleValueIsARangeOfEqualBounds) {
   EXPECT_EQ(Bounds(table_.ValidityUpper()), Texts{"integer run 13000"});
 }
 
+TEST_F(TableSetUp, BoundsAreWrittenTheSameInEveryLocale) {
+  const test::GlobalDecimalComma comma;
+  EXPECT_TRUE(table_.SetValidityRange<int>("run", -2147483647, 2147483647));
+  EXPECT_TRUE(table_.SetValidityRange<double>("note", 1234.5, 1e6));
+  EXPECT_TRUE(table_.SetValidityRange<char>("good", 'A'));
+  EXPECT_EQ(Bounds(table_.ValidityLower()),
+            (Texts{"integer run -2147483647", "text note 1234.500000", "bool good 65"}));
+  EXPECT_EQ(Bounds(table_.ValidityUpper()),
+            (Texts{"integer run 2147483647", "text note 1000000.000000", "bool good 65"}));
+}
+
 TEST_F(TableSetUp, ASecondRangeOfAColumnReplacesTheFirst) {
   EXPECT_TRUE(table_.SetValidityRange<int>("run", 1, 2));
   EXPECT_TRUE(table_.SetValidityRange<int>("good", 1));
@@ -132,6 +145,15 @@ TEST_F(TableSetUp, DoesNotLoadMoreThanWasAskedForWhenARestrictionCouldNotBeSet) 
             Texts{file_ + ": the table \"t\" cannot be restricted by a column \"Run\""});
 }
 
+TEST_F(TableSetUp, AColumnWithoutANameRestrictsNothingEither) {
+  table_.SetDetector("Birch");
+  EXPECT_FALSE(table_.SetValidityRange<int>("", 1));
+  const CapturedMessages messages;
+  EXPECT_FALSE(table_.Load());
+  EXPECT_EQ(messages.Texts(Severity::Error, "BrioDatabase"),
+            Texts{file_ + ": the table \"t\" cannot be restricted by a column \"\""});
+}
+
 TEST_F(TableSetUp, ATableWithoutDefinitionCannotBeLoaded) {
   Table table;
   table.SetDetector("Birch");
@@ -144,6 +166,21 @@ TEST_F(TableSetUp, ATableWithoutDefinitionCannotBeLoaded) {
 TEST_F(TableSetUp, OrderColumnsAreTakenInBothForms) {
   EXPECT_TRUE(table_.AddOrderColumn("run"));
   EXPECT_TRUE(table_.AddOrderColumn(std::string("note")));
+}
+
+TEST_F(TableSetUp, NullPointersAreRefused) {
+  const auto thrown = [](const auto& action) -> std::string {
+    try {
+      action();
+    } catch (const cet::exception& error) { return error.what(); }
+    return "nothing";
+  };
+  EXPECT_EQ(thrown([] { Table table(nullptr); }),
+            "BrioDatabase: a table was asked for with a null pointer for its definition file");
+  const char* column = nullptr;
+  EXPECT_EQ(thrown([&] { table_.AddOrderColumn(column); }),
+            "BrioDatabase: the table \"t\" was given a null pointer for a column to sort by");
+  EXPECT_NE(thrown([&] { table_.AddOrderColumn(nullptr); }), "nothing");
 }
 
 TEST(Table, ReadsEveryDefinitionFileOfTheRunTables) {

@@ -7,6 +7,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/support/Locale.h"
+
 namespace {
 
 using testing::HasSubstr;
@@ -30,6 +32,12 @@ TEST(Exception, FormatsAsAStreamDoes) {
                      << std::hex << 255 << ' ' << 16 << std::dec << std::setw(5) << std::setfill('.') << 42
                      << ' ' << std::fixed << std::setprecision(2) << 3.14159 << ' ' << std::boolalpha << true;
   EXPECT_EQ(error.message(), "ff 10...42 3.14 true");
+}
+
+TEST(Exception, FormatsAlikeInEveryLocale) {
+  const brio::test::GlobalDecimalComma comma;
+  const auto error = cet::exception("Format") << 13000 << ' ' << 1.25;
+  EXPECT_EQ(error.message(), "13000 1.25");
 }
 
 TEST(Exception, AddsToTheMessageItWasMadeWith) {

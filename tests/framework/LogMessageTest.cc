@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "framework/MessageLogger.h"
+#include "tests/support/Locale.h"
 #include "tests/support/Output.h"
 
 namespace {
@@ -55,6 +56,13 @@ TEST(LogMessage, IsWrittenOnceAsAWholeWhenItDies) {
   }
   EXPECT_THAT(messages.Texts(Severity::Info, "RunHistory"), ElementsAre("one 2 ff   1\nthree"));
   EXPECT_EQ(messages.All().size(), 1U);
+}
+
+TEST(LogMessage, FormatsAlikeInEveryLocale) {
+  const CapturedMessages messages("debug");
+  const brio::test::GlobalDecimalComma comma;
+  LogInfo("RunHistory") << "run " << 13000 << ' ' << 1.25;
+  EXPECT_THAT(messages.Texts(Severity::Info, "RunHistory"), ElementsAre("run 13000 1.25"));
 }
 
 TEST(LogMessage, HasTheSeverityOfItsType) {
