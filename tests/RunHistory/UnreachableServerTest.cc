@@ -98,7 +98,7 @@ public:
     std::ifstream(folder_ + "/data/postmaster.pid") >> server;
     ASSERT_GT(server, 1);
     ASSERT_EQ(kill(server, SIGINT), 0);
-    for (int wait = 0; wait < 1000 && kill(server, 0) == 0; ++wait) {
+    for (int wait = 0; wait < 6000 && kill(server, 0) == 0; ++wait) {
       std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
   }

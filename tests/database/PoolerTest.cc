@@ -40,7 +40,7 @@ protected:
       _exit(127);
     }
     const std::string socket = folder_.Path() + "/.s.PGSQL.5432";
-    for (int i = 0; i < 250 && !std::filesystem::exists(socket); ++i) {
+    for (int i = 0; i < 1500 && !std::filesystem::exists(socket); ++i) {
       std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
     ASSERT_TRUE(std::filesystem::exists(socket)) << "the pooler did not start";

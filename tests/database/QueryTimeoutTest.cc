@@ -43,17 +43,17 @@ private:
 using QueryTimeout = test::OwnDatabase;
 
 constexpr const char* kNoAnswer =
-    "connection to the database lost: no answer for 1 s; the connection is closed";
+    "connection to the database lost: no answer for 2 s; the connection is closed";
 
 TEST_F(QueryTimeout, AStatementThatTakesTooLongCountsAsFailed) {
-  const EnvironmentVariable limit("BRIO_QUERY_TIMEOUT", "1");
+  const EnvironmentVariable limit("BRIO_QUERY_TIMEOUT", "2");
   const auto table = BareTable();
   ASSERT_TRUE(table->GetConnection(0));
   const CapturedMessages messages("debug");
   const auto start = Clock::now();
   EXPECT_EQ(PQresultStatus(Run(*table, "SELECT pg_sleep(30)").get()), PGRES_FATAL_ERROR);
-  EXPECT_GE(SecondsSince(start), 0.95);
-  EXPECT_LT(SecondsSince(start), 4.0);
+  EXPECT_GE(SecondsSince(start), 1.95);
+  EXPECT_LT(SecondsSince(start), 20.0);
   EXPECT_EQ(messages.All().size(), 1U);
   EXPECT_THAT(messages.Texts(Severity::Error, "BrioDatabase"), ElementsAre(kNoAnswer));
   PGresult* result = nullptr;
@@ -62,7 +62,7 @@ TEST_F(QueryTimeout, AStatementThatTakesTooLongCountsAsFailed) {
 }
 
 TEST_F(QueryTimeout, AServerThatIsFrozenDoesNotHangALoad) {
-  const EnvironmentVariable limit("BRIO_QUERY_TIMEOUT", "1");
+  const EnvironmentVariable limit("BRIO_QUERY_TIMEOUT", "2");
   const LoadScope scope;
   const auto table = Facts();
   ASSERT_TRUE(table->Load());
@@ -72,8 +72,8 @@ TEST_F(QueryTimeout, AServerThatIsFrozenDoesNotHangALoad) {
   const CapturedMessages messages("debug");
   const auto start = Clock::now();
   EXPECT_FALSE(table->Load());
-  EXPECT_GE(SecondsSince(start), 0.95);
-  EXPECT_LT(SecondsSince(start), 4.0);
+  EXPECT_GE(SecondsSince(start), 1.95);
+  EXPECT_LT(SecondsSince(start), 20.0);
   EXPECT_EQ(table->NRow(), 0);
   EXPECT_THAT(messages.Texts(Severity::Error, "BrioDatabase"), ElementsAre(kNoAnswer));
   EXPECT_EQ(messages.All().size(), 1U);
@@ -82,7 +82,7 @@ TEST_F(QueryTimeout, AServerThatIsFrozenDoesNotHangALoad) {
 }
 
 TEST_F(QueryTimeout, AServerThatDoesNotReadALongStatementDoesNotHangTheJob) {
-  const EnvironmentVariable limit("BRIO_QUERY_TIMEOUT", "1");
+  const EnvironmentVariable limit("BRIO_QUERY_TIMEOUT", "2");
   const auto table = BareTable();
   const Frozen frozen(Ask(*table, "SELECT pg_backend_pid()"));
   ASSERT_TRUE(frozen.IsFrozen());
@@ -90,8 +90,8 @@ TEST_F(QueryTimeout, AServerThatDoesNotReadALongStatementDoesNotHangTheJob) {
   const auto start = Clock::now();
   EXPECT_EQ(PQresultStatus(Run(*table, "SELECT '" + std::string(20'000'000, 'x') + "'").get()),
             PGRES_FATAL_ERROR);
-  EXPECT_GE(SecondsSince(start), 0.95);
-  EXPECT_LT(SecondsSince(start), 4.0);
+  EXPECT_GE(SecondsSince(start), 1.95);
+  EXPECT_LT(SecondsSince(start), 20.0);
   EXPECT_THAT(messages.Texts(Severity::Error, "BrioDatabase"), ElementsAre(kNoAnswer));
 }
 
@@ -100,14 +100,14 @@ TEST_F(QueryTimeout, ALongStatementReachesAServerThatReads) {
 }
 
 TEST_F(QueryTimeout, TheEndOfALoadDoesNotHangEither) {
-  const EnvironmentVariable limit("BRIO_QUERY_TIMEOUT", "1");
+  const EnvironmentVariable limit("BRIO_QUERY_TIMEOUT", "2");
   const CapturedMessages messages;
   auto scope = std::make_unique<LoadScope>();
   const Frozen frozen(Ask(*BareTable(), "SELECT pg_backend_pid()"));
   ASSERT_TRUE(frozen.IsFrozen());
   const auto start = Clock::now();
   scope.reset();
-  EXPECT_LT(SecondsSince(start), 4.0);
+  EXPECT_LT(SecondsSince(start), 20.0);
   EXPECT_THAT(messages.Texts(Severity::Error, "BrioDatabase"), ElementsAre(kNoAnswer));
 }
 
@@ -118,39 +118,39 @@ TEST_F(QueryTimeout, TheEndOfALoadIsWaitedForFiveSecondsAtMost) {
   ASSERT_TRUE(frozen.IsFrozen());
   const auto start = Clock::now();
   scope.reset();
-  EXPECT_LT(SecondsSince(start), 8.0);
+  EXPECT_LT(SecondsSince(start), 30.0);
   EXPECT_THAT(messages.Texts(Severity::Error, "BrioDatabase"),
               ElementsAre("connection to the database lost: no answer for 5 s; the connection is closed"));
 }
 
 TEST_F(QueryTimeout, InALoadTheServerStopsWorkingToo) {
-  const EnvironmentVariable limit("BRIO_QUERY_TIMEOUT", "1");
+  const EnvironmentVariable limit("BRIO_QUERY_TIMEOUT", "2");
   const LoadScope scope;
   const auto table = BareTable();
   ASSERT_TRUE(table->GetConnection(0));
   const CapturedMessages messages("debug");
   const auto start = Clock::now();
   EXPECT_EQ(PQresultStatus(Run(*table, "SELECT pg_sleep(30)").get()), PGRES_FATAL_ERROR);
-  EXPECT_LT(SecondsSince(start), 4.0);
+  EXPECT_LT(SecondsSince(start), 20.0);
   EXPECT_EQ(messages.All().size(), 1U);
   const std::string sleeping =
       "SELECT count(*) FROM pg_stat_activity WHERE state = 'active' AND datname = '" + scratch_.Name() + "'";
-  for (int i = 0; i < 100 && test::server::Value("postgres", sleeping) != "0"; ++i) {
+  for (int i = 0; i < 1000 && test::server::Value("postgres", sleeping) != "0"; ++i) {
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
   }
   EXPECT_EQ(test::server::Value("postgres", sleeping), "0");
 }
 
 TEST_F(QueryTimeout, TheLimitIsOnSilenceNotOnTheWhole) {
-  const EnvironmentVariable limit("BRIO_QUERY_TIMEOUT", "1");
+  const EnvironmentVariable limit("BRIO_QUERY_TIMEOUT", "3");
   // Rows of some size keep coming, one each tenth of a second, for longer than the limit.
   const auto table = BareTable();
   ASSERT_TRUE(table->GetConnection(0));
   const auto result = Run(
       *table,
-      "SELECT repeat('x', 20000), pg_sleep(0.1) FROM generate_series(1, 20) WHERE pg_sleep(0) IS NOT NULL");
+      "SELECT repeat('x', 20000), pg_sleep(0.1) FROM generate_series(1, 40) WHERE pg_sleep(0) IS NOT NULL");
   EXPECT_EQ(PQresultStatus(result.get()), PGRES_TUPLES_OK);
-  EXPECT_EQ(PQntuples(result.get()), 20);
+  EXPECT_EQ(PQntuples(result.get()), 40);
 }
 
 class BadQueryTimeout : public test::OwnDatabase, public testing::WithParamInterface<const char*> {};

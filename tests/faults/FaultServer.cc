@@ -17,7 +17,7 @@ namespace brio::test::faultserver {
 namespace {
 
 constexpr auto kPause = std::chrono::milliseconds(5);
-constexpr int kPatience = 1000;
+constexpr int kPatience = 12000;
 
 std::string Folder() { return std::filesystem::path(server::SocketFolder()).parent_path().string(); }
 

@@ -35,7 +35,7 @@ std::ptrdiff_t OpenDescriptors() {
 
 /// A proxy in this process closes its own a moment after the load.
 bool FallsToDescriptors(std::ptrdiff_t number) {
-  for (int i = 0; i < 200 && OpenDescriptors() > number; ++i) {
+  for (int i = 0; i < 3000 && OpenDescriptors() > number; ++i) {
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
   }
   return OpenDescriptors() <= number;

@@ -80,7 +80,7 @@ Fault WhileRunning(const std::string& name, const std::string& database,
   };
   fault.make = [actor, act = std::move(act)](const LoadStep&) {
     *actor = std::thread([act] {
-      for (int i = 0; i < 1000; ++i) {
+      for (int i = 0; i < 10000; ++i) {
         const auto waiting =
             server::Query("postgres",
                           "SELECT pid FROM pg_stat_activity WHERE wait_event = 'PgSleep' AND "
@@ -114,20 +114,21 @@ Fault BackendFrozen() {
   const auto timeout = std::make_shared<std::unique_ptr<EnvironmentVariable>>();
   Fault fault{"server frozen", HasBackend};
   fault.prepare = [timeout](const LoadStep&) {
-    *timeout = std::make_unique<EnvironmentVariable>("BRIO_QUERY_TIMEOUT", "2");
+    *timeout = std::make_unique<EnvironmentVariable>("BRIO_QUERY_TIMEOUT", "5");
   };
-  fault.make = [frozen](const LoadStep& step) {
+  fault.make = [frozen, timeout](const LoadStep& step) {
+    // Later connections have the usual time, so that a slow machine is not taken for a frozen server.
+    timeout->reset();
     *frozen = BackendsOf(step);
     for (const int backend : *frozen) {
       kill(backend, SIGSTOP);
     }
     return !frozen->empty();
   };
-  fault.remove = [frozen, timeout] {
+  fault.remove = [frozen] {
     for (const int backend : *frozen) {
       kill(backend, SIGCONT);
     }
-    timeout->reset();
   };
   return fault;
 }

@@ -9,7 +9,7 @@ namespace brio::test::faults {
 
 /// The backend that is about to be asked is ended.
 Fault BackendTerminated();
-/// The backend stops answering and stays (SIGSTOP), in a load with a query time-out of two seconds.
+/// The backend stops answering and stays (SIGSTOP), in a load with a query time-out of five seconds.
 Fault BackendFrozen();
 /// The server is stopped; it is started again when the fault is removed.
 Fault ServerStopped();
