@@ -23,6 +23,7 @@ public:
   template <class T>
   void CheckList(const std::string& where, const char* what, const std::vector<T>& got,
                  const std::vector<T>& expected) {
+    if (got == expected) { return; }
     Check(where, (std::string(what) + " count").c_str(), got.size(), expected.size());
     for (std::size_t i = 0; text_.empty() && i < got.size(); ++i) {
       Check(where, (std::string(what) + " " + std::to_string(i)).c_str(), got[i], expected[i]);
