@@ -38,34 +38,33 @@ bool RunHistory::HasAPD(const geo::OfflineChan& channel) {
 /// Makes sure that everything a board's answer needs was loaded, as far as it can be.
 /// \return false when the board cannot be had for lack of APD settings, or the run lacks the channel's
 /// diblock
-bool RunHistory::LoadForLiveFEB(unsigned int channel) {
+bool RunHistory::LoadForLiveFEB(const ChannelParts& channel) {
   const LoadScope scope;
   if (!LoadAPDSettings()) { return false; }
-  if (FindDiBlock(diBlocks, PartsOf(detectorId, channel).diblock) == nullptr) { return false; }
+  if (FindDiBlock(diBlocks, channel.diblock) == nullptr) { return false; }
   LoadHardwareInfo();
   LoadAllDetInfo();
   return true;
 }
 
 /// The channel's board when it is installed and enabled, with `ok` set; else null.
-const RunHistory::FEB* RunHistory::LiveFEB(unsigned int channel, bool& ok) {
+const RunHistory::FEB* RunHistory::LiveFEB(const ChannelParts& channel, bool& ok) {
   ok = false;
   // A negative number of retries makes the pixel loader speak up at every call.
   const bool allLoaded =
       daqRunHistoryLoaded && hardwareLoaded && pixelInfoLoaded && apdSettingsLoaded && maxLoadRetries >= 0;
   if (!allLoaded && !LoadForLiveFEB(channel)) { return nullptr; }
-  const ChannelParts parts = PartsOf(detectorId, channel);
-  DiBlock* diblock = FindDiBlock(diBlocks, parts.diblock);
+  DiBlock* diblock = FindDiBlock(diBlocks, channel.diblock);
   if (diblock == nullptr || diblock->isActive) { return nullptr; }
-  DCM* dcm = FindDCM(*diblock, parts.dcm);
+  DCM* dcm = FindDCM(*diblock, channel.dcm);
   if (dcm == nullptr || dcm->number == kNoDCM) { return nullptr; }
-  const FEB* feb = FindFEB(*dcm, parts.port);
-  ok = feb != nullptr && IsBitSet(dcm->febEnableMask, parts.port) && feb->isEnabled && feb->isInstalled;
+  const FEB* feb = FindFEB(*dcm, channel.port);
+  ok = feb != nullptr && IsBitSet(dcm->febEnableMask, channel.port) && feb->isEnabled && feb->isInstalled;
   return ok ? feb : nullptr;
 }
 
 RunHistory::FEB RunHistory::GetFEB(const unsigned int& channel, bool& ok) {
-  const FEB* feb = LiveFEB(channel, ok);
+  const FEB* feb = LiveFEB(PartsOf(detectorId, channel), ok);
   return feb != nullptr ? *feb : FEB();
 }
 
@@ -74,7 +73,7 @@ RunHistory::FEB RunHistory::GetFEB(const geo::OfflineChan& channel, bool& ok) {
 }
 
 float RunHistory::GetGain(const unsigned int& channel, bool& ok) {
-  const FEB* feb = LiveFEB(channel, ok);
+  const FEB* feb = LiveFEB(PartsOf(detectorId, channel), ok);
   return feb != nullptr ? feb->avgGain : 0.0F;
 }
 
@@ -83,10 +82,9 @@ float RunHistory::GetGain(const geo::OfflineChan& channel, bool& ok) {
 }
 
 float RunHistory::GetPixelGain(const unsigned int& channel, bool& ok) {
-  const FEB* feb = LiveFEB(channel, ok);
-  if (feb == nullptr) { return 0.0F; }
-  const unsigned int pixel = PartsOf(detectorId, channel).pixel;
-  return pixel < feb->pixelGains.size() ? feb->pixelGains[pixel] : 0.0F;
+  const ChannelParts parts = PartsOf(detectorId, channel);
+  const FEB* feb = LiveFEB(parts, ok);
+  return feb != nullptr && parts.pixel < feb->pixelGains.size() ? feb->pixelGains[parts.pixel] : 0.0F;
 }
 
 float RunHistory::GetPixelGain(const geo::OfflineChan& channel, bool& ok) {
@@ -94,7 +92,7 @@ float RunHistory::GetPixelGain(const geo::OfflineChan& channel, bool& ok) {
 }
 
 std::vector<float> RunHistory::GetPixelGains(const unsigned int& channel, bool& ok) {
-  const FEB* feb = LiveFEB(channel, ok);
+  const FEB* feb = LiveFEB(PartsOf(detectorId, channel), ok);
   return feb != nullptr ? feb->pixelGains : std::vector<float>(32, 0.0F);
 }
 

@@ -18,6 +18,7 @@
 
 namespace brio::dbi {
 
+struct ChannelParts;
 struct RunHistoryTestPeer;
 
 /// Start and stop of a subrun in seconds since 1970. The loaders leave both 0.
@@ -292,8 +293,8 @@ private:
   void MapHardwareToLocation();
   void StoreMappedGains();
   unsigned int DAQChannelOf(const geo::OfflineChan& channel) const;
-  const FEB* LiveFEB(unsigned int channel, bool& ok);
-  bool LoadForLiveFEB(unsigned int channel);
+  const FEB* LiveFEB(const ChannelParts& channel, bool& ok);
+  bool LoadForLiveFEB(const ChannelParts& channel);
 
   // In the order in which they are documented for those who keep the databases.
   bool runNotFound = false;
