@@ -37,7 +37,8 @@ default_pool_size = 20
 max_client_conn = 5000
 listen_backlog = 4096
 """)
-        command = ["pgbouncer", "--quiet", settings]
+        # Where Debian has it; the path of a user other than root may lack the folder.
+        command = ["/usr/sbin/pgbouncer", "--quiet", settings]
         if os.geteuid() == 0:
             for path in (self.folder, settings, users):
                 os.chmod(path, 0o755)

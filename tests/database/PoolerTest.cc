@@ -30,13 +30,15 @@ protected:
                           "5432\nunix_socket_dir = " +
                           folder_.Path() + "\nlogfile = " + folder_.Path() +
                           "/log\nauth_type = any\npool_mode = transaction\ndefault_pool_size = 1\n"
-                          "server_reset_query =\nuser = postgres\n");
+                          "server_reset_query =\n" +
+                          // It does not run as root.
+                          (geteuid() == 0 ? "user = postgres\n" : ""));
     const auto all = std::filesystem::perms::all;
     std::filesystem::permissions(folder_.Path(), all);
     pooler_ = fork();
     ASSERT_GE(pooler_, 0);
     if (pooler_ == 0) {
-      execlp("pgbouncer", "pgbouncer", "--quiet", settings.c_str(), static_cast<char*>(nullptr));
+      execl("/usr/sbin/pgbouncer", "pgbouncer", "--quiet", settings.c_str(), static_cast<char*>(nullptr));
       _exit(127);
     }
     const std::string socket = folder_.Path() + "/.s.PGSQL.5432";
