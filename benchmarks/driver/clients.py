@@ -46,7 +46,7 @@ listen_backlog = 4096
             command[1:1] = ["--user", "postgres"]
         with open(os.path.join(self.folder, "pgbouncer.log"), "wb") as log:
             self.process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=log, stderr=log)
-        for _ in range(100):
+        for _ in range(600):
             if os.path.exists(os.path.join(self.folder, f".s.PGSQL.{PORT}")):
                 return self
             if self.process.poll() is not None:

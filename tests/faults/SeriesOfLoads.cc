@@ -25,7 +25,7 @@ namespace {
 using brio::dbi::RunHistory;
 
 constexpr int kRun = 13000;
-constexpr int kCalls = 20;
+constexpr int kCalls = 200;
 
 bool Loads(RunHistory& run) {
   try {

@@ -56,7 +56,7 @@ as_server_user tee -a "$standby/data/postgresql.conf" >/dev/null <<<"unix_socket
 as_server_user "$programs/pg_ctl" -D "$standby/data" -l "$standby/log" -w -s start
 value() { psql -X -At -h "$1" -p "${4:-5432}" -U "${3:-postgres}" -d small_birch -c "$2"; }
 equal 'the standby is in recovery' "$(value "$standby/socket" 'SELECT pg_is_in_recovery()')" t
-for _ in {1..100}; do
+for _ in {1..600}; do
   following=$(value "$primary/socket" "SELECT count(*) FROM pg_stat_replication WHERE state = 'streaming'")
   [[ $following == 1 ]] && break
   sleep 0.1
@@ -88,7 +88,7 @@ END
 as_server_user tee "$pooler/users" >/dev/null <<<'"brio_reader" ""
 "postgres" ""'
 as_server_user /usr/sbin/pgbouncer -d -q "$pooler/ini"
-for _ in {1..50}; do [[ -S $pooler/.s.PGSQL.6432 ]] && break; sleep 0.1; done
+for _ in {1..300}; do [[ -S $pooler/.s.PGSQL.6432 ]] && break; sleep 0.1; done
 equal 'a statement through the pooler' "$(value "$pooler" 'SELECT count(*) > 0 FROM daq.runs' brio_reader 6432)" t
 
 settings='SHOW timezone; SHOW datestyle; SHOW statement_timeout; SHOW transaction_isolation;
@@ -130,7 +130,7 @@ equal 'loads' "$(sort "$scratch/answers" | uniq -c | xargs)" '3 whole'
 
 echo "while the primary goes away"
 BRIO_DATABASE=$(database "$primary/socket,$standby/socket" 5432,5432) \
-  "$series_of_loads" series 40 >"$scratch/answers" &
+  "$series_of_loads" series 100 >"$scratch/answers" &
 loads=$!
 while [[ $(wc -l <"$scratch/answers") -lt 10 ]]; do
   kill -0 "$loads" 2>/dev/null || fail "the loads ended early: $(<"$scratch/answers")"
@@ -139,7 +139,7 @@ done
 as_server_user "$programs/pg_ctl" -D "$primary/data" -m immediate -w -s stop
 before=$(wc -l <"$scratch/answers")
 wait "$loads" || fail "$(<"$scratch/answers")"
-equal 'loads' "$(wc -l <"$scratch/answers")" 40
-[[ $before -lt 40 ]] || fail 'the primary went away after the last load'
+equal 'loads' "$(wc -l <"$scratch/answers")" 100
+[[ $before -lt 100 ]] || fail 'the primary went away after the last load'
 sort "$scratch/answers" | uniq -c
 echo "passed"
