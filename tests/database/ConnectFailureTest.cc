@@ -108,7 +108,7 @@ TEST(Connect, AServerThatDoesNotRunIsTriedAgainWithPauses) {
   EXPECT_FALSE(failure.connected);
   EXPECT_EQ(failure.attempts, 3);
   EXPECT_GE(failure.seconds, 0.3);  // halves of 0.2 s and 0.4 s
-  EXPECT_LT(failure.seconds, 2.0);
+  EXPECT_LT(failure.seconds, 10.0);
   EXPECT_THAT(failure.errors,
               ElementsAre(AllOf(HasSubstr(folder.Path()), HasSubstr("No such file or directory"),
                                 Not(HasSubstr("hunter2")))));
@@ -149,7 +149,7 @@ TEST(Connect, AHostThatNeverAnswersIsGivenUpAfterTheTimeOut) {
   EXPECT_FALSE(failure.connected);
   EXPECT_EQ(failure.attempts, 1);
   EXPECT_GE(failure.seconds, 1.9);
-  EXPECT_LT(failure.seconds, 5.0);
+  EXPECT_LT(failure.seconds, 9.0);
   EXPECT_THAT(failure.errors,
               ElementsAre("connection to server at \"" + host.Folder() + ":5432\" failed: timeout expired"));
 }
@@ -168,7 +168,7 @@ TEST(Connect, TheServicesTimeOutIsHonoured) {
   const EnvironmentVariable unset("BRIO_DATABASE", nullptr);
   const Failure failure = TryToConnect(0);
   EXPECT_GE(failure.seconds, 1.9);
-  EXPECT_LT(failure.seconds, 5.0);
+  EXPECT_LT(failure.seconds, 9.0);
 }
 
 TEST(Connect, WithoutATimeOutOfItsOwnAHostIsGivenTenSeconds) {
@@ -176,7 +176,7 @@ TEST(Connect, WithoutATimeOutOfItsOwnAHostIsGivenTenSeconds) {
   const EnvironmentVariable database("BRIO_DATABASE", "host=" + host.Folder());
   const Failure failure = TryToConnect(0);
   EXPECT_GE(failure.seconds, 9.9);
-  EXPECT_LT(failure.seconds, 14.0);
+  EXPECT_LT(failure.seconds, 60.0);
 }
 
 TEST(Connect, ATimeOutThatIsNoNumberIsNotForEver) {
@@ -184,7 +184,7 @@ TEST(Connect, ATimeOutThatIsNoNumberIsNotForEver) {
   const EnvironmentVariable database("BRIO_DATABASE", "host=" + host.Folder() + " connect_timeout=soon");
   const Failure failure = TryToConnect(0);
   EXPECT_GE(failure.seconds, 9.9);
-  EXPECT_LT(failure.seconds, 14.0);
+  EXPECT_LT(failure.seconds, 60.0);
 }
 
 }  // namespace
