@@ -67,7 +67,7 @@ int LastingConnections(const std::string& database) {
   const std::string statement = "SELECT count(*) FROM pg_stat_activity WHERE datname = '" + database +
                                 "' AND application_name = 'brio-runhistory'";
   int count = std::stoi(Value("postgres", statement));
-  for (int look = 0; count > 0 && look < 250; ++look) {
+  for (int look = 0; count > 0 && look < 1500; ++look) {
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
     count = std::stoi(Value("postgres", statement));
   }
