@@ -1,31 +1,32 @@
 #include "database/PerformPGQuery.h"
 
+#include "database/Result.h"
 #include "framework/MessageLogger.h"
 #include "framework/exception.h"
 
 namespace brio::dbi {
 namespace {
 
-PGresult* GiveUp(const char* reason, const std::string& query, PGresult* result, Table& table) {
+void GiveUp(const char* reason, const std::string& query, Table& table) {
   LogError("RunHistory") << reason << query;
-  PQclear(result);
   table.CloseConnection();
-  return nullptr;
 }
 
 /// Runs a query by `execute`. \return its result, or null when it failed in any way
 template <class Execute>
-PGresult* Perform(const std::string& query, Table& table, Execute execute) {
+ResultHandle Perform(const std::string& query, Table& table, Execute execute) {
   if (!table.GetConnection(0)) {
     LogError("RunHistory") << "Failed to connect to hardware database! "
                            << "Failed to load hardware info.";
     return nullptr;
   }
   LogInfo("RunHistory") << "about to execute query\n" << query;
-  PGresult* result = nullptr;
-  if (!execute(result)) { return GiveUp("SQL error, failed query: ", query, result, table); }
-  if (PQresultStatus(result) != PGRES_TUPLES_OK) { return GiveUp("Query failed: ", query, result, table); }
-  return result;
+  PGresult* handedOver = nullptr;
+  const bool sent = execute(handedOver);
+  ResultHandle result(handedOver);
+  if (sent && PQresultStatus(result.get()) == PGRES_TUPLES_OK) { return result; }
+  GiveUp(sent ? "Query failed: " : "SQL error, failed query: ", query, table);
+  return nullptr;
 }
 
 void ReportRows(int nRows) { LogInfo("RunHistory") << "query returned " << nRows << " rows"; }
@@ -33,10 +34,10 @@ void ReportRows(int nRows) { LogInfo("RunHistory") << "query returned " << nRows
 }  // namespace
 
 PGresult* PerformPGQuery(const std::string& query, Table& table, int columns) {
-  PGresult* rows =
+  ResultHandle rows =
       Perform(query, table, [&](PGresult*& result) { return table.ExecuteSQL(query, result, columns); });
-  if (rows != nullptr) { ReportRows(PQntuples(rows)); }
-  return rows;
+  if (rows) { ReportRows(PQntuples(rows.get())); }
+  return rows.release();
 }
 
 std::optional<int> PerformPGQuery(const std::string& query, Table& table, const RowConsumer& take,
@@ -46,11 +47,10 @@ std::optional<int> PerformPGQuery(const std::string& query, Table& table, const 
     ++nRows;
     take(rows, row);
   };
-  PGresult* end = Perform(query, table, [&](PGresult*& result) {
+  const ResultHandle end = Perform(query, table, [&](PGresult*& result) {
     return table.ExecuteSQL(query, takeAndCount, result, columns);
   });
-  if (end == nullptr) { return std::nullopt; }
-  PQclear(end);
+  if (!end) { return std::nullopt; }
   ReportRows(nRows);
   return nRows;
 }

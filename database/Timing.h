@@ -1,0 +1,28 @@
+#pragma once
+
+#include <chrono>
+#include <string>
+
+#include "database/Session.h"
+
+namespace brio::dbi {
+
+/// Runs a statement; logs its wall time, at info severity, category "BrioDatabase", where the thread's scope
+/// says so (LoadScope).
+ResultHandle TimedExecute(Session& session, const Statement& statement);
+
+/// Logs, when it dies, how long making records of a statement's rows took, in the same way.
+class ConversionTimer {
+public:
+  ConversionTimer(std::string what, long rows);
+  ~ConversionTimer();
+  ConversionTimer(const ConversionTimer&) = delete;
+  ConversionTimer& operator=(const ConversionTimer&) = delete;
+
+private:
+  std::string what_;
+  long rows_;
+  std::chrono::steady_clock::time_point start_;
+};
+
+}  // namespace brio::dbi
