@@ -44,6 +44,7 @@ exits 2 'unknown size' sandbox load --size huge
 exits 2 'needs a value' sandbox load --size
 exits 2 'cannot begin' sandbox env --prefix 'a;b'
 exits 2 'unknown detector' sandbox psql --detector oak
+exits 2 'must not contain' "$repository/sandbox/sandbox" --dir "$scratch/\$HOME" env
 exits 0 'Usage: sandbox' sandbox --help
 exits 0 'Usage: sandbox' sandbox load --help
 
@@ -141,7 +142,7 @@ done
 echo "env"
 environment=$(sandbox env --prefix one)
 equal 'what env says of a server that runs' "$(sandbox env 2>&1 >/dev/null)" ''
-equal 'lines of env' "$environment" "export BRIO_DATABASE='host=$dir/socket port=5432 dbname=one_{detector} user=brio_reader hostaddr='
+equal 'lines of env' "$environment" "export BRIO_DATABASE=\"host=$dir/socket port=5432 hostaddr='' dbname=one_{detector} user=brio_reader\"
 export BRIO_SEARCH_PATH='$repository'"
 eval "$environment"
 equal 'runs by way of env' \
