@@ -26,13 +26,31 @@ def read_arguments():
     return parser.parse_args()
 
 
+def forget_foreign_settings():
+    """Neither this nor what it starts follows the caller's variables to another server."""
+    for variable in [name for name in os.environ if name.startswith("PG")]:
+        del os.environ[variable]
+
+
+def require_sandbox(database, server_socket):
+    """Ends the program unless the server is the one that `sandbox up` started: it knows the token in its folder."""
+    with open(os.path.join(os.path.dirname(server_socket), "token"), encoding="ascii") as file:
+        token = file.read()
+    answer = subprocess.run(["psql", "-XAt", "-d", database, "-c", "SHOW brio.sandbox"], capture_output=True,
+                            text=True, check=False).stdout.strip()
+    if not token or answer != token:
+        sys.exit(f"bench.py: the server that answers in {server_socket} is not a sandbox's own")
+
+
 def main():
     options = read_arguments()
     if "BRIO_DATABASE" not in os.environ:
         sys.exit("bench.py: BRIO_DATABASE must name a private server; see sandbox/sandbox --help")
     template = os.environ["BRIO_DATABASE"]
+    forget_foreign_settings()
     database = template.replace("{detector}", "birch")
     server_socket = re.search(r"host=(\S+)", template).group(1)
+    require_sandbox(database, server_socket)
     version = subprocess.run(["psql", "-XAt", "-d", database, "-c", "SHOW server_version"], capture_output=True,
                              text=True, check=True).stdout.split()[0]
     programs = Programs(options.programs, database, 1 if options.quick else options.rounds)

@@ -2,6 +2,7 @@
 # Loads through a pooler, on a standby, and while the primary goes away: failover.sh <series_of_loads>.
 # Makes a primary with a streaming standby and a PgBouncer in a folder of its own, all on Unix sockets only.
 set -euo pipefail
+unset -v "${!PG@}"  # the caller's may lead psql, or a load, elsewhere
 series_of_loads=$1
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 repository=$(cd "$here/../.." && pwd)
