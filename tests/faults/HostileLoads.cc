@@ -1,0 +1,192 @@
+#include "tests/faults/HostileLoads.h"
+
+#include <chrono>
+#include <iomanip>
+#include <iostream>
+#include <set>
+#include <utility>
+
+#include <gtest/gtest.h>
+
+#include "tests/faults/Descriptors.h"
+#include "tests/support/Output.h"
+#include "tests/support/Server.h"
+
+namespace brio::test {
+
+using dbi::RunHistory;
+
+namespace {
+
+constexpr int kUsualConnectTimeout = 60;
+
+std::string StepOf(const std::string& statement) {
+  if (statement.empty()) { return "connecting"; }
+  // In this order: some statements also name the table of another.
+  for (const char* table :
+       {"daqresourcesbyrun", "potbyrun", "gooddiblocksvsrun", "dqsubruninfo", "\"runs\"",
+        "AT TIME ZONE 'CDT'", "hardware_position", "enable_masks", "thresholds", "apd_settings",
+        "apd_pixel_m", "apd_stats", "feb_test_summary", "feb_comm_cables"}) {
+    if (statement.find(table) == std::string::npos) { continue; }
+    if (table == std::string("AT TIME ZONE 'CDT'")) { return "modules"; }
+    return table == std::string("\"runs\"") ? "runs" : table;
+  }
+  return statement.substr(0, statement.find_first_of(" ;"));
+}
+
+std::string TypeInWords(const PassedMessage& message) {
+  static const std::vector<std::pair<char, const char*>> kFromServer{
+      {'R', "Authentication"}, {'S', "ParameterStatus"}, {'K', "BackendKeyData"},
+      {'Z', "ReadyForQuery"},  {'1', "ParseComplete"},   {'2', "BindComplete"},
+      {'T', "RowDescription"}, {'D', "DataRow"},         {'C', "CommandComplete"}};
+  static const std::vector<std::pair<char, const char*>> kFromClient{
+      {'\0', "the client's start-up"}, {'Q', "the client's Query"},    {'P', "the client's Parse"},
+      {'B', "the client's Bind"},      {'D', "the client's Describe"}, {'E', "the client's Execute"},
+      {'S', "the client's Sync"},      {'X', "the client's Terminate"}};
+  for (const auto& [type, name] : message.direction == Direction::FromServer ? kFromServer : kFromClient) {
+    if (type == message.type) { return name; }
+  }
+  return std::string("message ") + message.type;
+}
+
+}  // namespace
+
+std::string Place::InWords() const { return step + ", " + TypeInWords(message); }
+
+struct HostileLoads::Ending {
+  std::string outcome;
+  bool isComplete = false;
+  bool isLogged = false;
+  int attacked = 0;
+  int endured = 0;
+  std::chrono::duration<double> took{};
+};
+
+HostileLoads::HostileLoads(std::unique_ptr<HostileQuestions> questions, std::string database)
+    : questions_(std::move(questions)), database_(std::move(database)), proxy_(server::SocketFolder()) {
+  FindPlaces();
+}
+
+std::string HostileLoads::ConnectionString(int connectTimeout) const {
+  return "host=" + proxy_.SocketFolder() + " dbname=" + database_ +
+         " user=brio_reader connect_timeout=" + std::to_string(connectTimeout);
+}
+
+void HostileLoads::FindPlaces() {
+  const EnvironmentVariable database("BRIO_DATABASE", ConnectionString(kUsualConnectTimeout));
+  proxy_.End();
+  questions_->Remember();
+  std::set<std::pair<Direction, std::size_t>> known;
+  for (const auto& message : proxy_.Passed()) {
+    const Place place{message, StepOf(message.statement)};
+    if (!known.insert({message.direction, message.number}).second) { continue; }
+    const bool sameAgain = !places_.empty() && message.type == places_.back().message.type &&
+                           message.direction == places_.back().message.direction;
+    const bool isRow = message.type == 'D' && message.direction == Direction::FromServer;
+    const bool sameTwiceBefore =
+        sameAgain && places_.size() > 1 && places_[places_.size() - 2].message.type == message.type;
+    if (sameAgain && (!isRow || sameTwiceBefore)) {
+      if (isRow) { places_.back() = place; }
+      continue;
+    }
+    places_.push_back(place);
+  }
+}
+
+void HostileLoads::Try(const Trial& trial, const Place& place) {
+  SCOPED_TRACE(trial.name + " at " + place.InWords() + " (" + questions_->Name() + ")");
+  Trial here = trial;
+  here.attack.direction = place.message.direction;
+  here.attack.number = place.message.number;
+  const auto descriptors = OpenDescriptors();
+  dbi::gLocToFA = questions_->Map();
+  RunHistory run = questions_->Fresh();
+  const Ending ending = Attacked(run, here);
+  std::cout << "  " << std::left << std::setw(40) << place.InWords() << std::setw(40) << trial.name
+            << std::setw(34) << ending.outcome << (ending.isComplete ? "nothing lost" : "something lost")
+            << std::right << std::fixed << std::setprecision(1) << std::setw(7) << ending.took.count()
+            << " s\n";
+
+  EXPECT_EQ(ending.endured, 0) << "the load did not give up";
+  Check(run, here, ending);
+  EXPECT_EQ(server::LastingConnections(database_), 0);
+  EXPECT_TRUE(FallsToDescriptors(descriptors)) << "descriptors left open";
+  CheckRecovery(run, here, ending);
+}
+
+HostileLoads::Ending HostileLoads::Attacked(RunHistory& run, const Trial& trial) {
+  Ending ending;
+  // A machine may be too slow for the short limits to come to the place at all.
+  for (int limit = 1; limit <= 64 && ending.attacked == 0; limit *= 4) {
+    const EnvironmentVariable database("BRIO_DATABASE",
+                                       ConnectionString(trial.waits ? 2 * limit : kUsualConnectTimeout));
+    const EnvironmentVariable silence("BRIO_QUERY_TIMEOUT", trial.waits ? std::to_string(limit) : "");
+    const EnvironmentVariable whole("BRIO_LOAD_TIMEOUT", trial.waits ? std::to_string(2 * limit) : "");
+    proxy_.Begin(trial.attack);
+    run = questions_->Fresh();
+    const CapturedOutput output;
+    const CapturedMessages messages("error");
+    const auto begin = std::chrono::steady_clock::now();
+    ending.outcome = questions_->Ask(run);
+    ending.took = std::chrono::steady_clock::now() - begin;
+    ending.attacked = proxy_.Attacked();
+    ending.endured = proxy_.Endured();
+    ending.isLogged = !messages.Texts(Severity::Error, "BrioDatabase").empty();
+  }
+  ending.isComplete = questions_->IsComplete(run);
+  proxy_.End();
+  return ending;
+}
+
+void HostileLoads::Check(const RunHistory& run, const Trial& trial, const Ending& ending) const {
+  EXPECT_GT(ending.attacked, 0) << "the load never came to the place";
+  if (trial.then == Then::Whatever) { return; }
+  EXPECT_EQ(questions_->Wrong(run, ending.outcome), "");
+  EXPECT_TRUE(ending.isComplete || ending.isLogged) << "something is lost and the log does not say so";
+  if (trial.then == Then::NothingLost) {
+    EXPECT_EQ(ending.outcome, "true");
+    EXPECT_TRUE(ending.isComplete);
+  }
+  if (trial.then == Then::SomethingLost) { EXPECT_FALSE(ending.isComplete) << "the attack did nothing"; }
+}
+
+/// What counts as loaded although something is missing, or although it is wrong, is asked for once more.
+void HostileLoads::CheckRecovery(RunHistory& run, const Trial& trial, const Ending& ending) const {
+  const EnvironmentVariable database("BRIO_DATABASE", ConnectionString(kUsualConnectTimeout));
+  const bool reload = trial.then == Then::Whatever || (!ending.isComplete && ending.outcome != "false" &&
+                                                       ending.outcome.rfind("throws", 0) != 0);
+  const CapturedOutput output;
+  const CapturedMessages messages("error");
+  if (reload) { run.InvalidateCaches(); }
+  EXPECT_EQ(questions_->Ask(run), "true") << "once the attack is over";
+  EXPECT_TRUE(questions_->IsComplete(run, !reload)) << "once the attack is over";
+}
+
+std::vector<Place> PlacesFrom(const std::vector<Place>& places, Direction direction) {
+  std::vector<Place> from;
+  for (const auto& place : places) {
+    if (place.message.direction == direction) { from.push_back(place); }
+  }
+  return from;
+}
+
+std::vector<Place> FewOf(const std::vector<Place>& places) {
+  std::set<char> types;
+  std::set<std::string> steps;
+  std::vector<Place> few;
+  const auto take = [&](int wanted) {
+    for (const auto& place : places) {
+      const int gained =
+          (types.count(place.message.type) == 0 ? 1 : 0) + (steps.count(place.step) == 0 ? 1 : 0);
+      if (gained != wanted) { continue; }
+      types.insert(place.message.type);
+      steps.insert(place.step);
+      few.push_back(place);
+    }
+  };
+  take(2);
+  take(1);
+  return few;
+}
+
+}  // namespace brio::test

@@ -1,0 +1,150 @@
+// Every statement of a load, and every kind of message that it sees, from a server that cuts, falls silent,
+// trickles, floods or lies. With BRIO_FAULTS_SECONDS each test tries all places of a load rather than a
+// few, for about that long at the most.
+#include <chrono>
+#include <cstdlib>
+#include <fstream>
+#include <iostream>
+#include <sstream>
+
+#include <gtest/gtest.h>
+
+#include "tests/faults/HostileTrials.h"
+#include "tests/support/Server.h"
+
+namespace brio::test {
+namespace {
+
+enum class Asking { Birch, Alder, Quality };
+
+void PrintTo(Asking asking, std::ostream* stream) { *stream << static_cast<int>(asking); }
+
+std::unique_ptr<HostileQuestions> QuestionsOf(Asking asking) {
+  if (asking == Asking::Quality) { return QualityLoads(13000, "Birch"); }
+  return asking == Asking::Birch ? WholeLoad(13000, "Birch") : WholeLoad(11000, "Alder");
+}
+
+std::string MiniExperiment() {
+  std::ifstream file(BRIO_FAULTS_FOLDER "/mini_experiment.sql");
+  std::ostringstream text;
+  text << file.rdbuf();
+  // A mask that differs from what stands for all good, so that its loss shows.
+  return text.str() + "UPDATE dataquality.gooddiblocksvsrun SET dbmask = 12287;";
+}
+
+bool IsWhileConnecting(const Place& place) { return place.step == "connecting"; }
+/// On what comes at a load's end nothing depends any more.
+bool IsAtTheEnd(const Place& place) { return place.step == "COMMIT"; }
+
+class HostileTraffic : public testing::TestWithParam<Asking> {
+protected:
+  HostileTraffic() {
+    scratch_.Execute(MiniExperiment());
+    loads_ = std::make_unique<HostileLoads>(QuestionsOf(GetParam()), scratch_.Name());
+    const char* seconds = std::getenv("BRIO_FAULTS_SECONDS");
+    if (seconds != nullptr) { longForm_ = std::chrono::seconds(std::atol(seconds)); }
+  }
+
+  std::vector<Place> FromServer() const { return PlacesFrom(loads_->Places(), Direction::FromServer); }
+  std::vector<Place> FromClient() const { return PlacesFrom(loads_->Places(), Direction::FromClient); }
+  /// All of them in the long form.
+  std::vector<Place> Some(const std::vector<Place>& places) const {
+    return IsLong() ? places : FewOf(places);
+  }
+  bool IsLong() const { return longForm_.count() > 0; }
+  bool IsTimeUp() const { return IsLong() && std::chrono::steady_clock::now() - begin_ > longForm_; }
+
+  void Try(Trial trial, const std::vector<Place>& places, bool mustLose = false) {
+    for (const auto& place : places) {
+      if (IsTimeUp()) { return; }
+      if (mustLose) { trial.then = IsAtTheEnd(place) ? Then::Consistent : Then::SomethingLost; }
+      loads_->Try(trial, place);
+    }
+  }
+
+  /// Each forgery in a few of the answers that it fits, others for each, or in all.
+  void Try(const std::vector<trials::Forgery>& forgeries, bool whileConnecting, std::size_t answers) {
+    std::size_t turn = 0;
+    for (const auto& forgery : forgeries) {
+      std::vector<Place> fitting;
+      for (const auto& place : FromServer()) {
+        const bool fits = place.message.type == forgery.type && IsWhileConnecting(place) == whileConnecting;
+        if (fits && !IsAtTheEnd(place) && place.step != "BEGIN") { fitting.push_back(place); }
+      }
+      ASSERT_FALSE(fitting.empty()) << forgery.trial.name;
+      const std::size_t count = IsLong() ? fitting.size() : std::min(answers, fitting.size());
+      for (std::size_t i = 0; i < count && !IsTimeUp(); ++i) {
+        loads_->Try(forgery.trial, fitting[turn++ % fitting.size()]);
+      }
+    }
+  }
+
+  const ScratchDatabases scratch_{"empty"};
+  std::unique_ptr<HostileLoads> loads_;
+  std::chrono::seconds longForm_{0};
+  const std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
+};
+
+/// Where other loads differ too little to be worth the time.
+class HostileTrafficOfBirch : public HostileTraffic {
+protected:
+  /// The places in front of which a flood differs: in a connect, a BEGIN, and every part of an answer.
+  std::vector<Place> PartsOfAnAnswer() const {
+    std::vector<Place> parts;
+    for (const auto& place : FromServer()) {
+      const bool one = place.step == "connecting" ? place.message.type == 'S' || place.message.type == 'Z'
+                       : place.step == "BEGIN"    ? place.message.type == 'Z'
+                                                  : place.step == "apd_pixel_m";
+      if (one || IsLong()) { parts.push_back(place); }
+    }
+    return parts;
+  }
+};
+
+TEST_P(HostileTraffic, CutBeforeAMessage) { Try(trials::CutBefore(), loads_->Places(), true); }
+
+TEST_P(HostileTraffic, CutInsideAMessage) { Try(trials::CutInside(), Some(FromServer()), true); }
+
+TEST_P(HostileTraffic, SilenceOfTheServer) { Try(trials::SilenceBefore(), Some(FromServer()), true); }
+
+TEST_P(HostileTrafficOfBirch, SilenceInsideAMessage) {
+  Try(trials::SilenceInside(), Some(FromServer()), true);
+}
+
+TEST_P(HostileTrafficOfBirch, SilenceToTheClient) { Try(trials::SilenceBefore(), Some(FromClient()), true); }
+
+TEST_P(HostileTraffic, ByteByByte) { Try(trials::QuickTrickle(), {FromServer().front()}); }
+
+TEST_P(HostileTrafficOfBirch, AByteNowAndThen) { Try(trials::SlowTrickle(), PartsOfAnAnswer(), true); }
+
+TEST_P(HostileTrafficOfBirch, NoticesWithoutEnd) {
+  Try(trials::NoticesWithoutEnd(), PartsOfAnAnswer(), true);
+}
+
+TEST_P(HostileTrafficOfBirch, SettingsWithoutEnd) {
+  Try(trials::SettingsWithoutEnd(), PartsOfAnAnswer(), true);
+}
+
+TEST_P(HostileTrafficOfBirch, NoticesNowAndThen) {
+  Try(trials::NoticesNowAndThen(), PartsOfAnAnswer(), true);
+}
+
+TEST_P(HostileTraffic, OtherNumbersOfColumns) { Try(trials::ForgedColumns(), false, 100); }
+
+TEST_P(HostileTraffic, BrokenAnswers) { Try(trials::ForgedAnswers(), false, 2); }
+
+TEST_P(HostileTraffic, BrokenStarts) { Try(trials::ForgedStarts(), true, 1); }
+
+TEST_P(HostileTraffic, OtherValues) { Try(trials::ForgedValues(), false, 100); }
+
+const auto kName = [](const auto& asking) {
+  return std::string(asking.param == Asking::Birch   ? "Birch"
+                     : asking.param == Asking::Alder ? "Alder"
+                                                     : "Quality");
+};
+INSTANTIATE_TEST_SUITE_P(Loads, HostileTraffic,
+                         testing::Values(Asking::Birch, Asking::Alder, Asking::Quality), kName);
+INSTANTIATE_TEST_SUITE_P(Loads, HostileTrafficOfBirch, testing::Values(Asking::Birch), kName);
+
+}  // namespace
+}  // namespace brio::test
