@@ -64,21 +64,22 @@ bool HostileConnection::Receive(Direction direction) {
   return true;
 }
 
-void HostileConnection::Note(Direction direction, const std::string& message) {
+PassedMessage HostileConnection::Noted(Direction direction, const std::string& message) {
   const bool isFirst = direction == Direction::FromClient && counts_[0] == 0;
   if (direction == Direction::FromClient && !isFirst) {
     const std::string statement = protocol::StatementIn(message);
     if (!statement.empty()) { statement_ = statement; }
   }
-  const auto count = counts_[static_cast<std::size_t>(direction)]++;
-  proxy_.Record(period_, {direction, count, isFirst ? '\0' : message[0], statement_});
+  const std::size_t number = counts_[static_cast<std::size_t>(direction)]++;
+  const PassedMessage passed{direction, number, isFirst ? '\0' : message[0], statement_};
+  proxy_.Record(period_, passed);
+  return passed;
 }
 
 bool HostileConnection::Pass(Direction direction, const std::string& message) {
-  const std::size_t number = counts_[static_cast<std::size_t>(direction)];
-  Note(direction, message);
-  const bool attacked = attack_ && direction == attack_->direction && number == attack_->number &&
-                        proxy_.attacked_ < attack_->times;
+  const PassedMessage passed = Noted(direction, message);
+  const bool attacked = attack_ && direction == attack_->direction && passed.number == attack_->number &&
+                        passed.type == attack_->type && proxy_.attacked_ < attack_->times;
   if (attacked) {
     ++proxy_.attacked_;
     attackedAt_ = Clock::now();

@@ -34,7 +34,7 @@ private:
   bool SendHeldBack();
   bool Flood();
   bool MayGoOn();
-  void Note(Direction direction, const std::string& message);
+  PassedMessage Noted(Direction direction, const std::string& message);
   int From(Direction direction) const { return direction == Direction::FromClient ? client_ : server_; }
   int To(Direction direction) const { return direction == Direction::FromClient ? server_ : client_; }
 

@@ -14,7 +14,9 @@ struct Place {
   PassedMessage message;
   /// What the load is doing: "connecting", "BEGIN", the table that a statement reads, "COMMIT".
   std::string step;
-  /// "first RowDescription of runs", say.
+  /// False for the last row, which has a place besides the first.
+  bool isFirst = true;
+  /// "runs, RowDescription", say.
   std::string InWords() const;
 };
 

@@ -25,12 +25,13 @@ struct PassedMessage {
   std::string statement;
 };
 
-/// What is done to each connection when it comes to a message.
+/// What is done to each connection when it comes to a message: the one with a number, if it has the type.
 struct Attack {
   enum class Then { PassOn, Cut, FallSilent, Trickle, Flood };
 
   Direction direction = Direction::FromServer;
   std::size_t number = 0;
+  char type = '\0';
   /// What is sent in place of the message, which is passed on when this is empty, and in place of each that
   /// follows it in its direction up to the next ReadyForQuery. \param first  true for the message itself
   std::function<std::string(const std::string& message, bool first)> forge = {};
