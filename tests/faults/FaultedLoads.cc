@@ -1,11 +1,8 @@
 #include "tests/faults/FaultedLoads.h"
 
-#include <chrono>
-#include <filesystem>
 #include <iomanip>
 #include <iostream>
 #include <optional>
-#include <thread>
 #include <utility>
 
 #include <gmock/gmock.h>
@@ -14,6 +11,7 @@
 #include "framework/exception.h"
 #include "tests/RunHistory/Peer.h"
 #include "tests/faults/CompareRuns.h"
+#include "tests/faults/Descriptors.h"
 #include "tests/faults/FaultServer.h"
 #include "tests/support/Output.h"
 
@@ -27,19 +25,6 @@ namespace {
 
 constexpr const char* kNoHardwareConnection =
     "Failed to connect to hardware database! Failed to load hardware info.";
-
-std::ptrdiff_t OpenDescriptors() {
-  const std::filesystem::directory_iterator descriptors("/proc/self/fd");
-  return std::distance(begin(descriptors), end(descriptors));
-}
-
-/// A proxy in this process closes its own a moment after the load.
-bool FallsToDescriptors(std::ptrdiff_t number) {
-  for (int i = 0; i < 3000 && OpenDescriptors() > number; ++i) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
-  }
-  return OpenDescriptors() <= number;
-}
 
 bool IsPull(Asked asked) {
   return asked == Asked::Gains || asked == Asked::APDs || asked == Asked::FEBs || asked == Asked::Cables;
