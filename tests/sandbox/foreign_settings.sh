@@ -77,6 +77,10 @@ for setting in "PGHOSTADDR=$address" "PGPORT=1" "PGSERVICE=foreign PGSERVICEFILE
     "$(env "${variables[@]}" psql -X -At "${BRIO_DATABASE/\{detector\}/birch}" -c 'SELECT count(*) FROM daq.runs')" 0
 done
 
+echo "the scripts"
+equal "variables left to demo and bench" \
+  "$(env PGHOSTADDR="$address" PGPORT=1 bash -c "source '$here/../../scripts/common.bash'; env" | grep -c ^PG || true)" 0
+
 echo "another server behind the socket is left alone"
 mv "$own/socket/.s.PGSQL.5432" "$own/socket/kept"
 ln -s "$foreign/socket/.s.PGSQL.5432" "$own/socket/.s.PGSQL.5432"

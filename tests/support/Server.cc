@@ -94,12 +94,31 @@ int LastingConnections(const std::string& database) {
 
 }  // namespace server
 
+namespace {
+
+/// The server waits five seconds for others to leave the database that is copied; some tests stay longer.
+void CopyDatabase(const std::string& from, const std::string& to) {
+  constexpr int kTries = 60;
+  for (int tried = 1;; ++tried) {
+    try {
+      server::Query("postgres", "CREATE DATABASE " + to + " TEMPLATE " + from);
+      return;
+    } catch (const std::runtime_error& error) {
+      const bool isInUse =
+          std::string(error.what()).find("being accessed by other users") != std::string::npos;
+      if (!isInUse || tried == kTries) { throw; }
+    }
+  }
+}
+
+}  // namespace
+
 ScratchDatabases::ScratchDatabases(const std::string& source, std::vector<std::string> detectors)
     : detectors_(std::move(detectors)) {
   static std::atomic<int> count{0};
   prefix_ = "scratch_" + std::to_string(getpid()) + "_" + std::to_string(++count);
   for (const auto& detector : detectors_) {
-    server::Query("postgres", "CREATE DATABASE " + Name(detector) + " TEMPLATE " + source + "_" + detector);
+    CopyDatabase(source + "_" + detector, Name(detector));
   }
 }
 
