@@ -15,7 +15,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr const char* kAboutStatement =
-    "SELECT current_setting('server_version'), current_setting('transaction_read_only'), "
+    "SELECT current_setting('server_version'), current_setting('default_transaction_read_only'), "
     "pg_is_in_recovery(), current_database(), current_user";
 constexpr const char* kColumnsStatement =
     "SELECT n.nspname || '.' || c.relname, a.attname, has_schema_privilege(n.oid, 'USAGE') AND "
@@ -65,12 +65,12 @@ void CompareTables(const PGresult* rows, const ExpectedDatabase& expected, Datab
 
 /// \return false when the server did not answer
 bool Look(brio::dbi::Session& session, const ExpectedDatabase& expected, DatabaseCheck& check) {
-  const auto about = session.Execute({kAboutStatement, {}});
+  const auto about = session.Execute({kAboutStatement, {}, false, 5});
   if (PQresultStatus(about.get()) != PGRES_TUPLES_OK) { return false; }
   const std::string version = PQgetvalue(about.get(), 0, 0);
   check.version = version.substr(0, version.find(' '));  // without the packager's own
-  check.isReadOnly = std::string(PQgetvalue(about.get(), 0, 1)) == "on";
   check.isStandby = *PQgetvalue(about.get(), 0, 2) == 't';
+  check.isReadOnly = check.isStandby || std::string(PQgetvalue(about.get(), 0, 1)) == "on";
   check.database = PQgetvalue(about.get(), 0, 3);
   check.user = PQgetvalue(about.get(), 0, 4);
 
@@ -78,8 +78,8 @@ bool Look(brio::dbi::Session& session, const ExpectedDatabase& expected, Databas
   for (const auto& table : expected.tables) {
     tables.push_back(table.name);
   }
-  const auto columns = session.Execute({kColumnsStatement, {ArrayOf(tables)}});
-  const auto indexes = session.Execute({kIndexesStatement, {ArrayOf(expected.indexes)}});
+  const auto columns = session.Execute({kColumnsStatement, {ArrayOf(tables)}, false, 3});
+  const auto indexes = session.Execute({kIndexesStatement, {ArrayOf(expected.indexes)}, false, 1});
   if (PQresultStatus(columns.get()) != PGRES_TUPLES_OK || PQresultStatus(indexes.get()) != PGRES_TUPLES_OK) {
     return false;
   }
@@ -107,6 +107,7 @@ DatabaseCheck CheckDatabase(const std::string& detector, const ExpectedDatabase&
     const auto session = brio::dbi::AcquireSession(detector, expected.kind, retries);
     check.connectMilliseconds = MillisecondsSince(start);
     if (!session) { return false; }
+    session->ReadOneState();
     start = Clock::now();
     const bool looked = Look(*session, expected, check);
     check.lookMilliseconds = MillisecondsSince(start);

@@ -3,6 +3,7 @@
 #include <charconv>
 #include <stdexcept>
 
+#include "database/LoadScope.h"
 #include "database/Result.h"
 #include "tools/Console.h"
 
@@ -34,10 +35,11 @@ int LastRun(const std::string& detector) {
     return std::runtime_error("the last run of " + detector +
                               " cannot be told: " + (complaint.empty() ? otherwise : complaint));
   };
+  const dbi::LoadScope nothingIsWritten;
   dbi::Table runs;
   runs.SetDetector(detector);
   PGresult* handedOver = nullptr;
-  if (!runs.GetConnection(0) || !runs.ExecuteSQL("SELECT max(run) FROM daq.runs", handedOver)) {
+  if (!runs.GetConnection(0) || !runs.ExecuteSQL("SELECT max(run) FROM daq.runs", handedOver, 1)) {
     throw failed("the runs table cannot be asked");
   }
   const dbi::ResultHandle rows(handedOver);

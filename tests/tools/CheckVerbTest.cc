@@ -132,6 +132,21 @@ TEST(CheckVerb, KnowsAReadOnlyServer) {
   EXPECT_EQ(Named(report, "runs")["read_only"], true);
 }
 
+TEST(CheckVerb, AndTheQuestionForTheLastRunWriteNothing) {
+  const ScratchDatabases databases("small", {"birch"});
+  databases.Execute(
+      "CREATE TABLE daq.seen (run integer); ALTER TABLE daq.runs RENAME TO kept;"
+      "CREATE FUNCTION daq.note_it(integer) RETURNS integer LANGUAGE sql SECURITY DEFINER AS "
+      "'INSERT INTO daq.seen VALUES ($1) RETURNING run';"
+      "CREATE VIEW daq.runs AS SELECT daq.note_it(run) AS run FROM daq.kept;"
+      "GRANT SELECT ON daq.runs TO brio_reader");
+  EXPECT_EQ(Check(databases.Template()).status, 1);
+  const auto pot = RunHistoryCommand(OnDatabases(databases.Template(), "Birch", {"pot", "--run", "13039-"}));
+  EXPECT_EQ(pot.status, 1);
+  EXPECT_THAT(pot.error, HasSubstr("cannot execute INSERT in a read-only transaction"));
+  EXPECT_EQ(server::Value(databases.Name(), "SELECT count(*) FROM daq.seen"), "0");
+}
+
 std::string ColumnsOf(const std::string& database) {
   std::string text;
   const auto rows = server::Query(
