@@ -49,7 +49,7 @@ void StoreGains(RunHistory::FEB& feb, const APDInfo& apd, const HardwareLocation
 
 bool RunHistory::LoadAPDSettings() {
   if (apdSettingsLoaded) { return true; }
-  const LoadScope scope;
+  const LoadScope scope(timeQueries, timeParsing);
   if (!LoadDAQRunHistory() || !LoadHardwareInfo()) { return false; }
   if (apdSettingsLoaded) { return true; }  // a simulated run was built without settings
   const auto names = ActiveDCMNames();

@@ -6,6 +6,7 @@
 #include "RunHistory/RunHistory.h"
 #include "RunHistory/RunTable.h"
 #include "database/LoadScope.h"
+#include "database/Timing.h"
 #include "framework/MessageLogger.h"
 #include "framework/exception.h"
 
@@ -64,7 +65,7 @@ bool RunHistory::LoadDAQRunHistory() {
     return true;
   }
 
-  const LoadScope scope;
+  const LoadScope scope(timeQueries, timeParsing);
   nDCMs = 0;
   const auto runs = OpenTable("RunHistory/tables/Runs.xml", timeQueries, timeParsing);
   const auto subrunsTable = OpenTable("RunHistory/tables/Subruns.xml", timeQueries, timeParsing);
@@ -112,6 +113,7 @@ bool RunHistory::LoadDAQRunHistory() {
 
 /// The first row of the runs table; a value that is absent leaves its member as it was.
 void RunHistory::ReadRunRow(Table& runs) {
+  const ConversionTimer timer("daq.runs", runs.NRow());
   if (const Row* row = runs.GetRow(0)) {
     Read(*row, runs, "tstart", tStartText);
     Read(*row, runs, "tstop", tStopText);
@@ -131,6 +133,7 @@ void RunHistory::ReadRunRow(Table& runs) {
 }
 
 void RunHistory::ReadResources(Table& resources) {
+  const ConversionTimer timer("daq.daqresourcesbyrun", resources.NRow());
   const int typeColumn = resources.GetColIndex("resource_type");
   const int nameColumn = resources.GetColIndex("appname");
   const int detectorColumn = resources.GetColIndex("detector");

@@ -110,7 +110,7 @@ bool ReportUnlessRows(const PGresult* result, const std::string& statement, Tabl
 
 bool RunHistory::LoadHardwareInfo() {
   if (hardwareLoaded) { return true; }
-  const LoadScope scope;
+  const LoadScope scope(timeQueries, timeParsing);
   if (!LoadDAQRunHistory()) { return false; }
   if (hardwareLoaded) { return true; }  // a simulated run was built with its hardware
   std::cout << "RunHistory: Loading FEB and APD installation information" << std::endl;

@@ -70,7 +70,7 @@ bool RunHistory::LoadPixelInfoOnce(int tryNumber, bool& tryAgain) {
     return false;
   }
   if (pixelInfoLoaded) { return true; }
-  const LoadScope scope;
+  const LoadScope scope(timeQueries, timeParsing);
   if (!LoadDAQRunHistory() || !LoadHardwareInfo()) { return false; }
   if (pixelInfoLoaded) { return true; }  // a simulated run was built without a configuration
   nTotalChannels = 0;

@@ -11,7 +11,8 @@ namespace brio::dbi {
 /// says so (LoadScope).
 ResultHandle TimedExecute(Session& session, const Statement& statement);
 
-/// Logs, when it dies, how long making records of a statement's rows took, in the same way.
+/// Logs, when it dies, how long making records of a statement's rows took, in the same way. What the load
+/// spends at its databases meanwhile does not count.
 class ConversionTimer {
 public:
   ConversionTimer(std::string what, long rows);
@@ -23,6 +24,7 @@ private:
   std::string what_;
   long rows_;
   std::chrono::steady_clock::time_point start_;
+  std::chrono::steady_clock::duration spentBefore_;
 };
 
 }  // namespace brio::dbi

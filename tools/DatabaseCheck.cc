@@ -114,7 +114,7 @@ bool LookAtPath(brio::dbi::Session& session, const ExpectedDatabase& expected, D
 
 /// \return false when the server did not answer
 bool Look(brio::dbi::Session& session, const ExpectedDatabase& expected, DatabaseCheck& check) {
-  const auto about = session.Execute({kAboutStatement, {}});
+  const auto about = session.Execute({kAboutStatement, {}, false, 5});
   if (PQresultStatus(about.get()) != PGRES_TUPLES_OK) { return false; }
   const std::string version = PQgetvalue(about.get(), 0, 0);
   check.version = version.substr(0, version.find(' '));  // without the packager's own
@@ -127,8 +127,8 @@ bool Look(brio::dbi::Session& session, const ExpectedDatabase& expected, Databas
   for (const auto& table : expected.tables) {
     tables.push_back(table.name);
   }
-  const auto columns = session.Execute({kColumnsStatement, {ArrayOf(tables)}});
-  const auto indexes = session.Execute({kIndexesStatement, {ArrayOf(expected.indexes)}});
+  const auto columns = session.Execute({kColumnsStatement, {ArrayOf(tables)}, false, 3});
+  const auto indexes = session.Execute({kIndexesStatement, {ArrayOf(expected.indexes)}, false, 1});
   if (PQresultStatus(columns.get()) != PGRES_TUPLES_OK || PQresultStatus(indexes.get()) != PGRES_TUPLES_OK) {
     return false;
   }
@@ -158,6 +158,7 @@ DatabaseCheck CheckDatabase(const std::string& detector, const ExpectedDatabase&
     const auto session = brio::dbi::AcquireSession(detector, expected.kind, retries);
     check.connectMilliseconds = MillisecondsSince(start);
     if (!session) { return false; }
+    session->ReadOneState();
     start = Clock::now();
     const bool looked = Look(*session, expected, check);
     check.lookMilliseconds = MillisecondsSince(start);

@@ -40,7 +40,7 @@ int LastRun(const std::string& detector) {
   dbi::Table runs;
   runs.SetDetector(detector);
   PGresult* handedOver = nullptr;
-  if (!runs.GetConnection(0) || !runs.ExecuteSQL("SELECT max(run) FROM daq.runs", handedOver)) {
+  if (!runs.GetConnection(0) || !runs.ExecuteSQL("SELECT max(run) FROM daq.runs", handedOver, 1)) {
     throw failed("the runs table cannot be asked");
   }
   const dbi::ResultHandle rows(handedOver);
