@@ -67,12 +67,13 @@ PostgreSQLSession::PostgreSQLSession(ConnectionHandle connection)
 PostgreSQLSession::~PostgreSQLSession() { Close(); }
 
 bool PostgreSQLSession::IsUsable() const {
-  return connection_ && PQstatus(connection_.get()) == CONNECTION_OK;
+  // A forked child must not speak on its parent's connection.
+  return connection_ && connection_.get_deleter().IsOwner() && PQstatus(connection_.get()) == CONNECTION_OK;
 }
 
 /// \param take  for the rows, one by one; null to have them in the result
 ResultHandle PostgreSQLSession::Run(const Statement& statement, const RowConsumer* take) {
-  if (!connection_) { return nullptr; }
+  if (!connection_ || !connection_.get_deleter().IsOwner()) { return nullptr; }
   if (readsOneState_ && PQtransactionStatus(connection_.get()) != PQTRANS_INTRANS && !Begin()) {
     connection_.reset();
     return FatalResult();
