@@ -37,4 +37,10 @@ std::chrono::milliseconds RemainingOf(std::chrono::seconds limit,
   return std::max(left, std::chrono::milliseconds(0));
 }
 
+std::chrono::milliseconds TimeUntil(std::chrono::steady_clock::time_point end) {
+  if (end == std::chrono::steady_clock::time_point::max()) { return std::chrono::milliseconds::max(); }
+  const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
+  return std::max(left, std::chrono::milliseconds(0));
+}
+
 }  // namespace brio::dbi

@@ -16,4 +16,7 @@ bool WaitForSocket(int socket, WaitFor what, std::chrono::milliseconds limit);
 std::chrono::milliseconds RemainingOf(std::chrono::seconds limit,
                                       std::chrono::steady_clock::time_point since);
 
+/// What is left until a moment; never negative. time_point::max() stays for ever.
+std::chrono::milliseconds TimeUntil(std::chrono::steady_clock::time_point end);
+
 }  // namespace brio::dbi
