@@ -10,6 +10,7 @@
 #include "database/ConnectionString.h"
 #include "database/Counters.h"
 #include "database/RetryPause.h"
+#include "database/StandardDescriptors.h"
 #include "database/StepObserver.h"
 #include "framework/MessageLogger.h"
 
@@ -31,6 +32,7 @@ bool CanBeUsed(const std::string& connectionString) {
 }
 
 ConnectionAttempt TryOnce(const std::string& connectionString, Clock::time_point deadline) {
+  const StandardDescriptorsTaken taken;
   ++Counters::Instance().connectionAttempts;
   NotifyStep(DatabaseStep::Connect, {});
   return TryAllHosts(connectionString, deadline);
