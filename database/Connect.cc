@@ -28,6 +28,12 @@ bool CanBeUsed(const std::string& connectionString) {
            "known keywords, or a postgresql:// URI)";
     return false;
   }
+  if (ShowPassword(EffectiveOptions(connectionString))) {
+    LogError("BrioDatabase")
+        << "the service file or the environment cannot be used: a password seems to stand in a "
+           "host, port, user or database there";
+    return false;
+  }
   return true;
 }
 
