@@ -44,7 +44,8 @@ PostgreSQLSession::PostgreSQLSession(ConnectionHandle connection, TimeLimits lim
 PostgreSQLSession::~PostgreSQLSession() { Close(); }
 
 bool PostgreSQLSession::IsUsable() const {
-  return connection_ && PQstatus(connection_.get()) == CONNECTION_OK;
+  // A forked child must not speak on its parent's connection.
+  return connection_ && connection_.get_deleter().IsOwner() && PQstatus(connection_.get()) == CONNECTION_OK;
 }
 
 /// \param take  for the rows, one by one; null to have them in the result
@@ -55,7 +56,7 @@ ResultHandle PostgreSQLSession::Run(const Statement& statement, const RowConsume
                              << statement.text;
     return nullptr;
   }
-  if (!connection_) { return nullptr; }
+  if (!connection_ || !connection_.get_deleter().IsOwner()) { return nullptr; }
   given_ = {};
   try {
     DatabaseTime time(limits_.load);

@@ -18,7 +18,7 @@ std::shared_ptr<Session> OpenSession(const std::string& connectionString, int re
     LogError("BrioDatabase") << "no connection is made: " << time.Complaint();
     return nullptr;
   }
-  ConnectionHandle connection = Connect(connectionString, retries);
+  ConnectionHandle connection = Connect(connectionString, retries, time.Deadline());
   return connection ? std::make_shared<PostgreSQLSession>(std::move(connection), limits) : nullptr;
 }
 

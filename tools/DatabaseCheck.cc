@@ -158,7 +158,6 @@ DatabaseCheck CheckDatabase(const std::string& detector, const ExpectedDatabase&
     const auto session = brio::dbi::AcquireSession(detector, expected.kind, retries);
     check.connectMilliseconds = MillisecondsSince(start);
     if (!session) { return false; }
-    session->ReadOneState();
     start = Clock::now();
     const bool looked = Look(*session, expected, check);
     check.lookMilliseconds = MillisecondsSince(start);
