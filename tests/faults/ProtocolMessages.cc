@@ -20,9 +20,10 @@ long Number(const std::string& bytes, std::size_t at, std::size_t size) {
 
 std::string Bytes(long value, std::size_t size) {
   std::string bytes(size, '\0');
+  auto rest = static_cast<unsigned long>(value);
   for (std::size_t i = size; i > 0; --i) {
-    bytes[i - 1] = static_cast<char>(static_cast<unsigned long>(value) & 0xFFU);
-    value /= 256;
+    bytes[i - 1] = static_cast<char>(rest & 0xFFU);
+    rest >>= 8U;
   }
   return bytes;
 }
