@@ -12,10 +12,10 @@ bool RunHistory::LoadDCSAlarms(int /*unused*/) { return false; }
 bool RunHistory::IsCooled(const unsigned int& channel) {
   std::cerr << "WARNING: RunHistory::IsCooled() is not yet implemented!" << std::endl;
   if (!LoadPixelInfo(0)) { return false; }
-  const ChannelParts parts = PartsOf(detectorId, channel);
-  DiBlock* diblock = FindDiBlock(diBlocks, parts.diblock);
+  const ChannelParts parts = PartsOf(*channelMap, channel);
+  const DiBlock* diblock = FindDiBlock(diBlocks, parts.diblock);
   if (diblock == nullptr || diblock->isActive) { return false; }
-  DCM* dcm = FindDCM(*diblock, parts.dcm);
+  const DCM* dcm = FindDCM(*diblock, parts.dcm);
   if (dcm == nullptr || !dcm->isActive || dcm->number == kNoDCM) { return false; }
   const FEB* feb = FindFEB(*dcm, parts.port);
   return feb != nullptr && feb->isEnabled && feb->isInstalled && feb->cooled;

@@ -106,12 +106,40 @@ bool RunHistory::LoadPixelInfoOnce(int tryNumber, bool& tryAgain) {
 }
 
 int RunHistory::GetThreshold(const unsigned int& channel, bool& ok) {
+  const PlaceInIndex place = InIndex(channel);
+  if (place.exists) {
+    const auto& board = boardIndex.At(place.dcmNumber, place.port);
+    if (board.HasThreshold(place.pixel)) {
+      ok = true;
+      return board.thresholds[place.pixel];
+    }
+  }
+  return ThresholdInRecords(channel, ok);
+}
+
+int RunHistory::GetThreshold(const geo::OfflineChan& channel, bool& ok) {
+  const PlaceInIndex place = InIndex(channel);
+  const auto& board = boardIndex.At(place.dcmNumber, place.port);
+  if (board.HasThreshold(place.pixel)) {
+    ok = true;
+    return board.thresholds[place.pixel];
+  }
+  return ThresholdInRecords(channel, ok);
+}
+
+int RunHistory::ThresholdInRecords(const geo::OfflineChan& channel, bool& ok) {
   if (!pixelInfoLoaded) { LoadPixelInfo(0); }
+  return ThresholdInRecords(DAQChannelOf(channel), ok);
+}
+
+int RunHistory::ThresholdInRecords(unsigned int channel, bool& ok) {
+  if (!pixelInfoLoaded) { LoadPixelInfo(0); }
+  IndexBoards();
   ok = false;
-  const ChannelParts parts = PartsOf(detectorId, channel);
-  DiBlock* diblock = FindDiBlock(diBlocks, parts.diblock);
+  const ChannelParts parts = PartsOf(*channelMap, channel);
+  const DiBlock* diblock = FindDiBlock(diBlocks, parts.diblock);
   if (diblock == nullptr || diblock->isActive) { return kNoThreshold; }
-  DCM* dcm = FindDCM(*diblock, parts.dcm);
+  const DCM* dcm = FindDCM(*diblock, parts.dcm);
   if (dcm == nullptr || dcm->number == kNoDCM) { return kNoThreshold; }
   const FEB* feb = FindFEB(*dcm, parts.port);
   if (feb == nullptr || !IsBitSet(dcm->febEnableMask, parts.port) || !feb->isEnabled) { return kNoThreshold; }
@@ -121,11 +149,6 @@ int RunHistory::GetThreshold(const unsigned int& channel, bool& ok) {
   }
   ok = true;
   return feb->thresholds[parts.pixel];
-}
-
-int RunHistory::GetThreshold(const geo::OfflineChan& channel, bool& ok) {
-  if (!pixelInfoLoaded) { LoadPixelInfo(0); }
-  return GetThreshold(DAQChannelOf(channel), ok);
 }
 
 }  // namespace brio::dbi

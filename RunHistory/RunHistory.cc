@@ -3,7 +3,9 @@
 #include <iostream>
 #include <utility>
 
+#include "RunHistory/OfflineBoards.h"
 #include "database/PlainText.h"
+#include "experiment/DAQChannelMap.h"
 
 namespace brio::dbi {
 
@@ -46,6 +48,8 @@ void RunHistory::SetDetector(DetId id) {
   }
   detectorId = id;
   detectorName = DetInfo::GetName(id);
+  channelMap = daqchannelmap::DAQChannelMap::getInstance(id);
+  offlineBoards = &OfflineBoards::None();
 }
 
 void RunHistory::SetDetector(const std::string& name) {
@@ -85,6 +89,7 @@ void RunHistory::InvalidateCaches() {
   nInstrumentedFEBs = 0;
   customDiBlockMask = 0;
   diBlocks.clear();
+  boardIndex.Clear();
 }
 
 }  // namespace brio::dbi

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "RunHistory/BoardIndex.h"
 #include "RunHistory/ChannelQuality.h"
 #include "RunHistory/DQSubrunInfo.h"
 #include "RunHistory/DetInfo.h"
@@ -16,9 +17,15 @@
 #include "database/Util.h"
 #include "experiment/OfflineChan.h"
 
+namespace daqchannelmap {
+class DAQChannelMap;
+}
+
 namespace brio::dbi {
 
 struct ChannelParts;
+struct PlaceInIndex;
+class OfflineBoards;
 struct RunHistoryTestPeer;
 
 /// Start and stop of a subrun in seconds since 1970. The loaders leave both 0.
@@ -292,7 +299,17 @@ private:
   LocationMap PullFEBInfoFromDB(const APDsByModule& apds);
   void MapHardwareToLocation();
   void StoreMappedGains();
-  unsigned int DAQChannelOf(const geo::OfflineChan& channel) const;
+  void IndexBoards();
+  unsigned int DAQChannelOf(const geo::OfflineChan& channel);
+  PlaceInIndex InIndex(unsigned int channel) const;
+  PlaceInIndex InIndex(const geo::OfflineChan& channel) const;
+  // Apart from the questions, which would otherwise save registers for them.
+  [[gnu::noinline]] bool HasAPDInRecords(unsigned int channel);
+  [[gnu::noinline]] bool HasAPDInRecords(const geo::OfflineChan& channel);
+  [[gnu::noinline]] float PixelGainInRecords(unsigned int channel, bool& ok);
+  [[gnu::noinline]] float PixelGainInRecords(const geo::OfflineChan& channel, bool& ok);
+  [[gnu::noinline]] int ThresholdInRecords(unsigned int channel, bool& ok);
+  [[gnu::noinline]] int ThresholdInRecords(const geo::OfflineChan& channel, bool& ok);
   const FEB* LiveFEB(const ChannelParts& channel, bool& ok);
   bool LoadForLiveFEB(const ChannelParts& channel);
 
@@ -348,6 +365,11 @@ private:
   std::vector<Subrun> subruns;
   std::vector<DQSubrunInfo> dqSubrunInfo;
   std::int64_t configId = 0;
+
+  // Ways to find what the lists above hold.
+  BoardIndex boardIndex;
+  const daqchannelmap::DAQChannelMap* channelMap = nullptr;
+  const OfflineBoards* offlineBoards = nullptr;
 };
 
 /// Ascending by number, compared as signed 16-bit values.

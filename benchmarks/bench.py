@@ -75,7 +75,8 @@ def main():
             with tempfile.TemporaryDirectory(prefix="brio-pool-", dir="/tmp") as pool:
                 storm(table, programs, pool, server_socket, 50 if options.quick else 1000)
     print(table.markdown())
-    print(f"\nMedians of {programs.rounds} interleaved rounds. Machine: {machine(version)}. "
+    print(f"\nMedians of {programs.rounds} interleaved rounds; in brackets, where it "
+          f"shows, what the middle half of them lies between. Machine: {machine(version)}. "
           f"Load average before and after: {load_before:.1f}, {os.getloadavg()[0]:.1f}.")
     if table.missed:
         print(f"Bars missed: {', '.join(table.missed)}.")
