@@ -2,6 +2,7 @@
 
 #include "RunHistory/ChannelLookup.h"
 #include "RunHistory/DAQEnvironment.h"
+#include "RunHistory/NumberText.h"
 #include "RunHistory/OutsideRows.h"
 #include "RunHistory/RunHistory.h"
 #include "database/LoadScope.h"
@@ -64,7 +65,7 @@ bool RunHistory::LoadAPDSettings() {
         FEB& feb = dcm.febs[static_cast<std::size_t>(port)];
         settings.getTemperatureEnable(dcm.appName, port, feb.temperatureEnabled);
         settings.getTemperature(dcm.appName, port, temperature);
-        feb.temperature = static_cast<float>(temperature);
+        feb.temperature = NearestFloat(temperature);
         settings.getVoltage(dcm.appName, port, feb.voltage);
       }
     }
