@@ -11,6 +11,7 @@ namespace {
 
 struct ThreadLoad {
   int depth = 0;
+  bool wasInterrupted = false;
   std::map<std::string, std::shared_ptr<Session>> sessions;
 };
 
@@ -29,7 +30,12 @@ void LoadScope::LeaveConnections() {
   for (auto& [connectionString, session] : std::exchange(load.sessions, {})) {
     session->Close();
   }
+  load.wasInterrupted = false;
 }
+
+bool LoadScope::WasInterrupted() { return load.wasInterrupted; }
+
+bool LoadScope::IsOutermost() { return load.depth == 1; }
 
 namespace loadscope {
 
@@ -44,6 +50,8 @@ void Share(const std::string& connectionString, const std::shared_ptr<Session>& 
   session->ReadOneState();
   load.sessions[connectionString] = session;
 }
+
+void NoteInterruption() { load.wasInterrupted = IsActive(); }
 
 }  // namespace loadscope
 }  // namespace brio::dbi

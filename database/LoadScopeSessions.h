@@ -16,6 +16,8 @@ bool IsActive();
 std::shared_ptr<Session> Find(const std::string& connectionString);
 /// Makes a new session the load's own: from now on it is shared, and closed when the load ends.
 void Share(const std::string& connectionString, const std::shared_ptr<Session>& session);
+/// Remembers for LoadScope::WasInterrupted that a statement failed for a reason that can pass.
+void NoteInterruption();
 
 }  // namespace loadscope
 }  // namespace brio::dbi

@@ -1,12 +1,14 @@
 #include "database/PostgreSQLSession.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cstdlib>
 #include <cstring>
 #include <utility>
 
 #include "database/Counters.h"
+#include "database/LoadScopeSessions.h"
 #include "database/StepObserver.h"
 #include "database/Wait.h"
 #include "framework/MessageLogger.h"
@@ -45,6 +47,16 @@ bool IsGood(const PGresult* result) {
 bool IsCopy(const PGresult* result) {
   const auto status = PQresultStatus(result);
   return status == PGRES_COPY_IN || status == PGRES_COPY_OUT || status == PGRES_COPY_BOTH;
+}
+
+/// Whether the server's code says that the same statement, sent again, may well succeed: a serialization
+/// failure, a deadlock, or a server that is being shut down or has crashed.
+bool IsInterruption(const PGresult* result) {
+  const char* code = PQresultErrorField(result, PG_DIAG_SQLSTATE);
+  if (code == nullptr) { return false; }
+  constexpr std::array kCodes{"40001", "40P01", "57P01", "57P02"};
+  return std::any_of(kCodes.begin(), kCodes.end(),
+                     [&](const char* known) { return std::strcmp(code, known) == 0; });
 }
 
 ResultHandle FatalResult() { return ResultHandle(PQmakeEmptyPGresult(nullptr, PGRES_FATAL_ERROR)); }
@@ -151,7 +163,7 @@ ResultHandle PostgreSQLSession::CollectResult(const RowConsumer* take) {
   ResultHandle collected;
   for (;;) {
     if (!WaitForData()) {
-      return Lost("no answer for " + std::to_string(timeout_.count()) + " s; the connection is closed");
+      return GiveUp("no answer for " + std::to_string(timeout_.count()) + " s; the connection is closed");
     }
     ResultHandle next(PQgetResult(connection_.get()));
     if (!next) { break; }
@@ -190,14 +202,22 @@ bool PostgreSQLSession::WaitForData() {
   return true;  // PQgetResult tells what happened
 }
 
-/// Closes the connection and makes the result that says so.
+/// For a connection that is found lost.
 ResultHandle PostgreSQLSession::Lost(const std::string& reason) {
+  loadscope::NoteInterruption();
+  return GiveUp(reason);
+}
+
+/// Closes the connection and makes the result that says so.
+ResultHandle PostgreSQLSession::GiveUp(const std::string& reason) {
   LogError("BrioDatabase") << "connection to the database lost: " << reason;
   connection_.reset();
   return FatalResult();
 }
 
 void PostgreSQLSession::ReportError(const PGresult* result, const std::string& statement) const {
+  const bool isLost = connection_ && !IsUsable();
+  if (isLost || IsInterruption(result)) { loadscope::NoteInterruption(); }
   if (IsCopy(result)) {
     LogError("BrioDatabase") << "a COPY statement cannot be run here: " << statement;
     return;

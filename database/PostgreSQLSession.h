@@ -35,6 +35,7 @@ private:
   void GiveRow(const PGresult* row, const RowConsumer& take);
   bool WaitForData();
   ResultHandle Lost(const std::string& reason);
+  ResultHandle GiveUp(const std::string& reason);
   void ReportError(const PGresult* result, const std::string& statement) const;
 
   ConnectionHandle connection_;
