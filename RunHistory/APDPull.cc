@@ -1,11 +1,13 @@
 #include <cstring>
 #include <iostream>
+#include <utility>
 
 #include "RunHistory/HardwareDate.h"
 #include "RunHistory/NumberText.h"
 #include "RunHistory/PixelGains.h"
 #include "RunHistory/RunHistory.h"
 #include "RunHistory/RunTable.h"
+#include "database/PlainText.h"
 #include "database/Result.h"
 #include "framework/MessageLogger.h"
 #include "framework/exception.h"
@@ -69,17 +71,19 @@ APDsByModule ReadAPDs(const PGresult* rows, const GainsBySerial& gains) {
 
 /// APDs installed in the far detector at the run's start, by module; none for other detectors.
 APDsByModule RunHistory::PullAPDInfoFromDB() {
-  std::cout << "Pull APD Info from DB" << std::endl;
+  WriteLine(std::cout, "Pull APD Info from DB");
   if (!DetInfo::DetNameOk(detectorName)) {
     throw cet::exception("RunHistory") << "Could not establish detector table connection";
   }
   const auto table = OpenHardwareDatabase(detectorName, timeQueries);
   APDsByModule apds;
   if (DetInfo::GetId(detectorName) == briodaq::cnv::Birch) {
-    const GainsBySerial gains = PullGains(*table, detectorId);
+    auto gains = PullGains(*table, detectorId);
+    if (!gains) { incompleteParts.emplace_back("gains"); }
     const ResultHandle rows(PerformPGQuery(InstalledAPDsStatement(tStartText), *table));
+    if (!rows) { incompleteParts.emplace_back("installed APDs"); }
     LogDebug("RunHistory") << "Found " << PQntuples(rows.get()) << " apds in the db";
-    apds = ReadAPDs(rows.get(), gains);
+    apds = ReadAPDs(rows.get(), std::move(gains).value_or(GainsBySerial()));
   }
   LogDebug("APDInfo") << apds.size() << " apds were installed"
                       << "print out info for all APDs";

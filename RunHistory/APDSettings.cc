@@ -2,12 +2,13 @@
 
 #include "RunHistory/ChannelLookup.h"
 #include "RunHistory/DAQEnvironment.h"
+#include "RunHistory/FreshTry.h"
+#include "RunHistory/NumberText.h"
 #include "RunHistory/OutsideRows.h"
-#include "RunHistory/RunHistory.h"
-#include "database/LoadScope.h"
 #include "database/PlainText.h"
 #include "experiment/dcs/APDSettings.h"
 #include "framework/MessageLogger.h"
+#include "framework/exception.h"
 
 namespace brio::dbi {
 
@@ -23,6 +24,14 @@ constexpr double kNoTemperature = -100.0;
 
 std::string Described(const HardwareLocation& location) {
   return PlainText("dcm-2-", location.diblock, "-", location.dcm, "-", location.port);
+}
+
+std::string Listed(const std::vector<std::string>& parts) {
+  std::string list;
+  for (const auto& part : parts) {
+    list += (list.empty() ? "" : ", ") + part;
+  }
+  return list;
 }
 
 /// Copies an APD's gains to its board; a mean too far from the nominal gain is reported and replaced.
@@ -50,11 +59,16 @@ void StoreGains(RunHistory::FEB& feb, const APDInfo& apd, const HardwareLocation
 bool RunHistory::LoadAPDSettings() {
   if (apdSettingsLoaded) { return true; }
   const LoadScope scope(timeQueries, timeParsing);
+  if (LoadScope::IsOutermost()) {
+    return WithFreshTry([this] { return LoadAPDSettings(); });
+  }
   if (!LoadDAQRunHistory() || !LoadHardwareInfo()) { return false; }
   if (apdSettingsLoaded) { return true; }  // a simulated run was built without settings
-  const auto names = ActiveDCMNames();
+  const auto names = ActiveDCMNames(diBlocks);
   SetDAQEnvironment(detectorName);
+  incompleteParts.clear();
   const dbutils::dcs::APDSettings settings(configId, names);
+  bool isAnyThere = names.empty();
   // One variable for all ports: a temperature that was not recorded reads as that of the port before.
   double temperature = kNoTemperature;
   for (auto& diblock : diBlocks) {
@@ -62,15 +76,22 @@ bool RunHistory::LoadAPDSettings() {
       if (!dcm.isActive) { continue; }
       for (int port = 0; port < static_cast<int>(dcm.febs.size()); ++port) {
         FEB& feb = dcm.febs[static_cast<std::size_t>(port)];
-        settings.getTemperatureEnable(dcm.appName, port, feb.temperatureEnabled);
-        settings.getTemperature(dcm.appName, port, temperature);
-        feb.temperature = static_cast<float>(temperature);
-        settings.getVoltage(dcm.appName, port, feb.voltage);
+        if (settings.getTemperatureEnable(dcm.appName, port, feb.temperatureEnabled)) { isAnyThere = true; }
+        if (settings.getTemperature(dcm.appName, port, temperature)) { isAnyThere = true; }
+        feb.temperature = NearestFloat(temperature);
+        if (settings.getVoltage(dcm.appName, port, feb.voltage)) { isAnyThere = true; }
       }
     }
   }
-  if (DetInfo::GetId(detectorName) == briodaq::cnv::Birch) {
-    MapHardwareToLocation();
+  // The look-up does not tell a board that has no settings from one whose settings it could not read.
+  if (!isAnyThere && !settings.hasValidData()) { incompleteParts.emplace_back("slow control"); }
+  const bool isFar = DetInfo::GetId(detectorName) == briodaq::cnv::Birch;
+  if (isFar) { MapHardwareToLocation(); }
+  if (IsTooIncomplete()) {
+    throw cet::exception("RunHistory::Incomplete")
+        << "LoadAPDSettings: could not read " << Listed(incompleteParts) << "." << std::endl;
+  }
+  if (isFar) {
     nInstrumentedFEBs = static_cast<std::int32_t>(gLocToFA.size());
     StoreMappedGains();
   }
@@ -97,6 +118,7 @@ void RunHistory::StoreMappedGains() {
       if (feb->isInstalled) { StoreGains(*feb, hardware.second, location); }
     }
   }
+  outside.Report();
 }
 
 }  // namespace brio::dbi

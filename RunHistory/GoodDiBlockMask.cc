@@ -1,6 +1,6 @@
 #include <iostream>
 
-#include "RunHistory/RunHistory.h"
+#include "RunHistory/FreshTry.h"
 #include "RunHistory/RunTable.h"
 #include "database/LoadScope.h"
 #include "database/PlainText.h"
@@ -36,7 +36,7 @@ bool RunHistory::LoadGoodDiBlockMask() {
   if (useCustomMask && detector == briodaq::cnv::Birch) {
     goodDiBlockMask = customDiBlockMask;
     goodDiBlockMaskLoaded = true;
-    std::cout << "RunHistory: Applying custom mask: " << DiBlockMaskToString(goodDiBlockMask) << std::endl;
+    WriteLine(std::cout, "RunHistory: Applying custom mask: ", DiBlockMaskToString(goodDiBlockMask));
     return true;
   }
   if (IsSimulated()) {
@@ -47,6 +47,9 @@ bool RunHistory::LoadGoodDiBlockMask() {
   }
 
   const LoadScope scope;
+  if (LoadScope::IsOutermost()) {
+    return WithFreshTry([this] { return LoadGoodDiBlockMask(); });
+  }
   const auto table = OpenTable("RunHistory/tables/GoodDiBlocksVsRun.xml", timeQueries, timeParsing);
   if (!DetInfo::DetNameOk(detectorName)) { return false; }
   table->SetDetector(detectorName);
@@ -67,13 +70,11 @@ bool RunHistory::LoadGoodDiBlockMask() {
   }
   if (applyAnalysisMask && detector == briodaq::cnv::Birch && found) {
     const int analysisMask = ApplyAnalysisDiBlockMask(goodDiBlockMask);
-    std::cout << "Applying analysis diblock masking: ";
-    if (analysisMask == goodDiBlockMask) {
-      std::cout << "mask unchanged from " << DiBlockMaskToString(goodDiBlockMask) << std::endl;
-    } else {
-      std::cout << "mask modified from " << DiBlockMaskToString(goodDiBlockMask) << " to "
-                << DiBlockMaskToString(analysisMask) << std::endl;
-    }
+    const std::string before = DiBlockMaskToString(goodDiBlockMask);
+    WriteLine(std::cout, "Applying analysis diblock masking: mask ",
+              analysisMask == goodDiBlockMask
+                  ? "unchanged from " + before
+                  : "modified from " + before + " to " + DiBlockMaskToString(analysisMask));
     goodDiBlockMask = analysisMask;
   }
   if (goodDiBlockMask == 0) {

@@ -1,7 +1,7 @@
 #include <stdexcept>
 
 #include "RunHistory/ChannelLookup.h"
-#include "RunHistory/RunHistory.h"
+#include "RunHistory/FreshTry.h"
 #include "database/LoadScope.h"
 
 namespace brio::dbi {
@@ -55,6 +55,9 @@ bool RunHistory::HasAPDInRecords(unsigned int daqChannel) {
 /// diblock
 bool RunHistory::LoadForLiveFEB(const ChannelParts& channel) {
   const LoadScope scope;
+  if (LoadScope::IsOutermost()) {
+    return WithFreshTry([&] { return LoadForLiveFEB(channel); });
+  }
   if (!LoadAPDSettings()) { return false; }
   if (FindDiBlock(diBlocks, channel.diblock) == nullptr) { return false; }
   LoadHardwareInfo();
@@ -65,10 +68,7 @@ bool RunHistory::LoadForLiveFEB(const ChannelParts& channel) {
 /// The channel's board when it is installed and enabled, with `ok` set; else null.
 const RunHistory::FEB* RunHistory::LiveFEB(const ChannelParts& channel, bool& ok) {
   ok = false;
-  // A negative number of retries makes the pixel loader speak up at every call.
-  const bool allLoaded =
-      daqRunHistoryLoaded && hardwareLoaded && pixelInfoLoaded && apdSettingsLoaded && maxLoadRetries >= 0;
-  if (!allLoaded && !LoadForLiveFEB(channel)) { return nullptr; }
+  if (!HasAllDetInfo() && !LoadForLiveFEB(channel)) { return nullptr; }
   IndexBoards();
   const DiBlock* diblock = FindDiBlock(diBlocks, channel.diblock);
   if (diblock == nullptr || diblock->isActive) { return nullptr; }

@@ -1,8 +1,10 @@
 #include "RunHistory/RunHistory.h"
 
 #include <iostream>
+#include <new>
 #include <utility>
 
+#include "RunHistory/Members.h"
 #include "RunHistory/OfflineBoards.h"
 #include "database/PlainText.h"
 #include "experiment/DAQChannelMap.h"
@@ -11,6 +13,15 @@ namespace brio::dbi {
 
 using briodaq::cnv::DetId;
 using briodaq::cnv::DetInfo;
+
+namespace {
+
+template <class Members>
+void Swap(Members members, Members others) noexcept {
+  members.swap(others);
+}
+
+}  // namespace
 
 RunHistory::DiBlock::DiBlock(unsigned int nDCMs) : dcms(nDCMs) {
   for (unsigned int i = 0; i < nDCMs; ++i) {
@@ -34,6 +45,28 @@ RunHistory::RunHistory(int run, DetId detector) : runNumber(run) {
 }
 
 RunHistory::~RunHistory() = default;
+
+RunHistory::RunHistory(RunHistory&& other) noexcept
+    : nSubruns(-1),
+      detectorName(DetInfo::GetName(briodaq::cnv::Unknown)),
+      tStartText(),
+      channelMap(daqchannelmap::DAQChannelMap::getInstance(briodaq::cnv::Unknown)),
+      offlineBoards(&OfflineBoards::None()) {
+  Swap(LoadedMembers(), other.LoadedMembers());
+  Swap(OtherMembers(), other.OtherMembers());
+  try {
+    RunHistory fresh;
+    other.tStartText.swap(fresh.tStartText);
+  } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): its start is then no time at all
+  }
+}
+
+RunHistory& RunHistory::operator=(RunHistory&& other) noexcept {
+  RunHistory moved(std::move(other));
+  Swap(LoadedMembers(), moved.LoadedMembers());
+  Swap(OtherMembers(), moved.OtherMembers());
+  return *this;
+}
 
 void RunHistory::SetRunNumber(int run) {
   if (run != runNumber) { InvalidateCaches(); }
