@@ -80,6 +80,7 @@ LoadedParts LoadParts(brio::dbi::RunHistory& history, Depth depth) {
   parts.configuration =
       parts.hardware.ok ? Attempt([&] { return history.LoadPixelInfo(0); }) : parts.hardware;
   if (depth == Depth::Configuration) { return parts; }
+  history.SetAbortIfIncomplete(true);
   parts.settings = parts.hardware.ok ? Attempt([&] { return history.LoadAPDSettings(); }) : parts.hardware;
   return parts;
 }
