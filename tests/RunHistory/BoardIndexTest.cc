@@ -160,6 +160,11 @@ TEST_F(IndexedRun, TakesTheAnswersOfTheRunThatIsAssigned) {
   AddWholeBoard(200);
   run = run_;
   EXPECT_EQ(Answers(run, channel_), "205 205.000000 APD");
+  Peer::DiBlocks(run_).clear();
+  RunHistory other(run);
+  EXPECT_EQ(Answers(other, channel_), "205 205.000000 APD");
+  other = run_;
+  EXPECT_EQ(Answers(other, channel_), "4095? 0.000000? no APD");
   const RunHistory& itself = run;
   run = itself;
   EXPECT_EQ(Answers(run, channel_), "205 205.000000 APD");
@@ -180,11 +185,25 @@ TEST_F(IndexedRun, ForgetsWithTheCaches) {
 
 /// The offline channels are those of the detector that the run has now.
 TEST_F(IndexedRun, FollowsTheDetector) {
-  RunHistory run(1, "Birch");
-  EXPECT_TRUE(run.HasAPD(geo::OfflineChan(895, 383)));
-  run.SetDetector(briodaq::cnv::Alder);
-  EXPECT_FALSE(run.HasAPD(geo::OfflineChan(895, 383)));
-  EXPECT_TRUE(run.HasAPD(geo::OfflineChan(191, 95)));
+  const auto& nearMap = *daqchannelmap::DAQChannelMap::getInstance(briodaq::cnv::Alder);
+  const auto logical = nearMap.getLogicalChannel(channel_);
+  const geo::OfflineChan offline(nearMap.getPlane(logical), nearMap.getCell(logical));
+  AddWholeBoard(100);
+  EXPECT_EQ(Answers(run_, offline), "4095? 0.000000? no APD");  // the far detector has another board there
+  run_.SetDetector(briodaq::cnv::Alder);
+  Peer::SetLoaded(run_, true, true, true, true);
+  AddWholeBoard(100);
+  const auto& farMap = *daqchannelmap::DAQChannelMap::getInstance(briodaq::cnv::Birch);
+  const auto there = farMap.getDAQChannel(logical);
+  ASSERT_EQ(farMap.getDiBlock(there), 3U);
+  auto& dcms = Peer::DiBlocks(run_)[0].dcms;
+  auto& other = dcms[farMap.getDCM(there) - 1];
+  other = dcms[3];
+  other.febs[farMap.getFEB(there)] = other.febs[17];
+  other.febs[farMap.getFEB(there)].thresholds.assign(32, 7);
+  RunHistory run(run_);
+  EXPECT_EQ(Answers(run, channel_), whole_);
+  EXPECT_EQ(Answers(run, offline), whole_);
 }
 
 TEST_F(IndexedRun, LearnsMoreAsMoreIsLoaded) {
