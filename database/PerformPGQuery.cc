@@ -32,20 +32,23 @@ void ReportRows(int nRows) { LogInfo("RunHistory") << "query returned " << nRows
 
 }  // namespace
 
-PGresult* PerformPGQuery(const std::string& query, Table& table) {
-  PGresult* rows = Perform(query, table, [&](PGresult*& result) { return table.ExecuteSQL(query, result); });
+PGresult* PerformPGQuery(const std::string& query, Table& table, int columns) {
+  PGresult* rows =
+      Perform(query, table, [&](PGresult*& result) { return table.ExecuteSQL(query, result, columns); });
   if (rows != nullptr) { ReportRows(PQntuples(rows)); }
   return rows;
 }
 
-std::optional<int> PerformPGQuery(const std::string& query, Table& table, const RowConsumer& take) {
+std::optional<int> PerformPGQuery(const std::string& query, Table& table, const RowConsumer& take,
+                                  int columns) {
   int nRows = 0;
   const RowConsumer takeAndCount = [&](const PGresult* rows, int row) {
     ++nRows;
     take(rows, row);
   };
-  PGresult* end =
-      Perform(query, table, [&](PGresult*& result) { return table.ExecuteSQL(query, takeAndCount, result); });
+  PGresult* end = Perform(query, table, [&](PGresult*& result) {
+    return table.ExecuteSQL(query, takeAndCount, result, columns);
+  });
   if (end == nullptr) { return std::nullopt; }
   PQclear(end);
   ReportRows(nRows);

@@ -59,6 +59,13 @@ bool IsInterruption(const PGresult* result) {
                      [&](const char* known) { return std::strcmp(code, known) == 0; });
 }
 
+/// Whether a result, if it holds rows, holds those that were asked for; 0 columns stands for any.
+bool HasColumns(const PGresult* result, int columns) {
+  const auto status = PQresultStatus(result);
+  const bool hasRows = status == PGRES_TUPLES_OK || status == PGRES_SINGLE_TUPLE;
+  return columns == 0 || !hasRows || PQnfields(result) == columns;
+}
+
 ResultHandle FatalResult() { return ResultHandle(PQmakeEmptyPGresult(nullptr, PGRES_FATAL_ERROR)); }
 
 std::string Trimmed(std::string text) {
@@ -107,7 +114,7 @@ ResultHandle PostgreSQLSession::Run(const Statement& statement, const RowConsume
     return nullptr;
   }
   if (take != nullptr) { PQsetSingleRowMode(connection_.get()); }
-  ResultHandle result = CollectResult(take);
+  ResultHandle result = CollectResult(&statement, take);
   if (!IsGood(result.get())) {
     ReportError(result.get(), statement.text);
     if (!IsUsable() || IsCopy(result.get())) {
@@ -159,7 +166,9 @@ bool PostgreSQLSession::RunOwn(const std::string& text) {
 
 /// The first result that is not good, else the last; reads until the connection is ready for the next
 /// statement.
-ResultHandle PostgreSQLSession::CollectResult(const RowConsumer* take) {
+///
+/// \param statement  whose columns the rows must have; null for any
+ResultHandle PostgreSQLSession::CollectResult(const Statement* statement, const RowConsumer* take) {
   ResultHandle collected;
   for (;;) {
     if (!WaitForData()) {
@@ -167,6 +176,9 @@ ResultHandle PostgreSQLSession::CollectResult(const RowConsumer* take) {
     }
     ResultHandle next(PQgetResult(connection_.get()));
     if (!next) { break; }
+    if (statement != nullptr && !HasColumns(next.get(), statement->columns)) {
+      return Refuse(next.get(), *statement);
+    }
     if (PQresultStatus(next.get()) == PGRES_SINGLE_TUPLE) {
       GiveRow(next.get(), *take);
       continue;
@@ -200,6 +212,14 @@ bool PostgreSQLSession::WaitForData() {
     if (PQconsumeInput(connection_.get()) == 0) { break; }
   }
   return true;  // PQgetResult tells what happened
+}
+
+/// Rows of another form than was asked for: whoever answers is not to be believed.
+ResultHandle PostgreSQLSession::Refuse(const PGresult* rows, const Statement& statement) {
+  LogError("BrioDatabase") << "the answer has " << PQnfields(rows) << " columns where " << statement.columns
+                           << " were asked for; the connection is closed: " << statement.text;
+  connection_.reset();
+  return FatalResult();
 }
 
 /// For a connection that is found lost.

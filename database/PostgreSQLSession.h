@@ -31,9 +31,10 @@ private:
   ResultHandle Run(const Statement& statement, const RowConsumer* take);
   bool Begin();
   bool RunOwn(const std::string& text);
-  ResultHandle CollectResult(const RowConsumer* take = nullptr);
+  ResultHandle CollectResult(const Statement* statement = nullptr, const RowConsumer* take = nullptr);
   void GiveRow(const PGresult* row, const RowConsumer& take);
   bool WaitForData();
+  ResultHandle Refuse(const PGresult* rows, const Statement& statement);
   ResultHandle Lost(const std::string& reason);
   ResultHandle GiveUp(const std::string& reason);
   void ReportError(const PGresult* result, const std::string& statement) const;

@@ -9,11 +9,13 @@
 
 namespace brio::dbi {
 
-/// One statement with its parameters ($1, $2, …), and whether its values are wanted in binary form.
+/// One statement with its parameters ($1, $2, …), whether its values are wanted in binary form, and how many
+/// columns its rows must have for its answer to be believed (0: any number).
 struct Statement {
   std::string text;
   std::vector<std::string> parameters;
   bool binary = false;
+  int columns = 0;
 };
 
 /// An open source of answers: a connection to a server, or whatever else stands where a server stands.
@@ -26,7 +28,8 @@ public:
   Session& operator=(const Session&) = delete;
 
   /// Runs one statement. Null only when it could not be sent; a failure after that is a result with the
-  /// status PGRES_FATAL_ERROR, and is logged at error severity, category "BrioDatabase".
+  /// status PGRES_FATAL_ERROR, and is logged at error severity, category "BrioDatabase". Rows with another
+  /// number of columns than the statement's are such a failure, after which the session is closed.
   virtual ResultHandle Execute(const Statement& statement) = 0;
   /// The same for rows too many to keep: gives them to `take` as they arrive, also those before a failure.
   /// The result has none.

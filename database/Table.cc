@@ -130,18 +130,19 @@ std::string Table::QuotedName() const {
   return (schema.empty() ? std::string() : Quoted(schema) + ".") + Quoted(name_);
 }
 
-std::string Table::SelectStatement(std::vector<std::string>& parameters) const {
-  std::string select = "SELECT ";
-  bool first = true;
+Statement Table::SelectStatement() const {
+  Statement statement;
+  std::string& select = statement.text;
+  select = "SELECT ";
   for (const auto& column : columns_) {
     if (Contains(excluded_, column.Name())) { continue; }
-    select += (first ? "" : ", ") + Quoted(column.Name());
-    first = false;
+    select += (statement.columns == 0 ? "" : ", ") + Quoted(column.Name());
+    ++statement.columns;
   }
   select += " FROM " + QuotedName();
   const auto parameter = [&](const ColumnDef& bound) {
-    parameters.push_back(bound.Value());
-    return "$" + std::to_string(parameters.size());
+    statement.parameters.push_back(bound.Value());
+    return "$" + std::to_string(statement.parameters.size());
   };
   for (std::size_t i = 0; i < validityLower_.size(); ++i) {
     const std::string column = Quoted(validityLower_[i].Name());
@@ -157,7 +158,7 @@ std::string Table::SelectStatement(std::vector<std::string>& parameters) const {
     select +=
         (i == 0 ? " ORDER BY " : ", ") + Quoted(order_[i]) + (orderDescending_ ? " DESC NULLS LAST" : "");
   }
-  return select;
+  return statement;
 }
 
 bool Table::Load() {
@@ -172,8 +173,7 @@ bool Table::Load() {
     return false;
   }
   if (!GetConnection(0)) { return false; }
-  Statement statement;
-  statement.text = SelectStatement(statement.parameters);
+  const Statement statement = SelectStatement();
   const auto start = Clock::now();
   ResultHandle result = session_->Execute(statement);
   if (timeQueries_) {
@@ -216,12 +216,14 @@ bool Table::GetConnection(int retries) {
   return session_ != nullptr;
 }
 
-bool Table::ExecuteSQL(std::string statement, PGresult*& result) {
-  return Execute(result, [&] { return session_->Execute({std::move(statement), {}, false}); });
+bool Table::ExecuteSQL(std::string statement, PGresult*& result, int columns) {
+  return Execute(result, [&] { return session_->Execute({std::move(statement), {}, false, columns}); });
 }
 
-bool Table::ExecuteSQL(std::string statement, const RowConsumer& take, PGresult*& result) {
-  return Execute(result, [&] { return session_->ExecuteByRow({std::move(statement), {}, false}, take); });
+bool Table::ExecuteSQL(std::string statement, const RowConsumer& take, PGresult*& result, int columns) {
+  return Execute(result, [&] {
+    return session_->ExecuteByRow({std::move(statement), {}, false, columns}, take);
+  });
 }
 
 template <class Run>

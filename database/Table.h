@@ -16,6 +16,7 @@
 namespace brio::dbi {
 
 class Session;
+struct Statement;
 
 /// One database table: configured from a definition file, narrowed to a selection, loaded, and read row by
 /// row and column by column. The same object lends its connection for hand-written SQL.
@@ -93,14 +94,16 @@ public:
   /// time-out) are tried again up to `retries` times, with pauses between; others are final at once.
   bool GetConnection(int retries);
   /// Runs one statement on the open connection and hands over its result, which the caller frees with
-  /// PQclear. \return false, with a null result, only when the statement could not be sent. When the server
-  /// answered
+  /// PQclear.
+  /// \param columns  how many the rows must have; other rows are a failed statement. 0 takes any, so that the
+  ///                 caller has to look (PQnfields) before it reads a value
+  /// \return false, with a null result, only when the statement could not be sent. When the server answered
   ///         with an error, or the connection was lost or timed out after sending, the result has the status
   ///         PGRES_FATAL_ERROR.
-  bool ExecuteSQL(std::string statement, PGresult*& result);
+  bool ExecuteSQL(std::string statement, PGresult*& result, int columns = 0);
   /// The same for rows too many to keep: gives them to `take` as they arrive, also those before a failure.
   /// The result has none.
-  bool ExecuteSQL(std::string statement, const RowConsumer& take, PGresult*& result);
+  bool ExecuteSQL(std::string statement, const RowConsumer& take, PGresult*& result, int columns = 0);
   /// Gives the connection up; harmless when there is none.
   void CloseConnection();
 
@@ -108,7 +111,7 @@ private:
   bool SetValidityText(const std::string& column, const std::string& lower, const std::string& upper);
   void ForgetRows();
   bool MakeRows(PGresult* result);
-  std::string SelectStatement(std::vector<std::string>& parameters) const;
+  Statement SelectStatement() const;
   std::string QuotedName() const;
   template <class Run>
   bool Execute(PGresult*& result, Run run);
