@@ -192,7 +192,7 @@ ResultHandle PostgreSQLSession::CollectResult(const Statement* statement, const 
 /// A consumer that throws leaves rows unread, and the connection of no more use.
 void PostgreSQLSession::GiveRow(const PGresult* row, const RowConsumer& take) {
   try {
-    take(row, 0);
+    take(RowView(row, 0));
   } catch (...) {
     connection_.reset();
     throw;

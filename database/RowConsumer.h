@@ -2,11 +2,11 @@
 
 #include <functional>
 
-#include <libpq-fe.h>
+#include "database/RowView.h"
 
 namespace brio::dbi {
 
-/// Takes one row of a result while the others are still on their way. The row is gone when the call returns.
-using RowConsumer = std::function<void(const PGresult* rows, int row)>;
+/// Takes one row of an answer while the others are still on their way. The row is gone when the call returns.
+using RowConsumer = std::function<void(const RowView& row)>;
 
 }  // namespace brio::dbi

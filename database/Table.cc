@@ -32,7 +32,7 @@ bool Contains(const std::vector<std::string>& list, const std::string& text) {
 
 }  // namespace
 
-Table::Table() : result_(nullptr, &PQclear) {}
+Table::Table() = default;
 
 Table::Table(const char* definitionFile) : Table() {
   if (definitionFile == nullptr) {
@@ -122,7 +122,7 @@ const Row* Table::GetRow(int index) const {
 void Table::ForgetRows() {
   rows_.clear();
   cells_.clear();
-  result_.reset();
+  answer_ = Rows();
 }
 
 std::string Table::QuotedName() const {
@@ -175,29 +175,28 @@ bool Table::Load() {
   if (!GetConnection(0)) { return false; }
   const Statement statement = SelectStatement();
   const auto start = Clock::now();
-  ResultHandle result = session_->Execute(statement);
+  Answer answer = session_->Ask(statement);
   if (timeQueries_) {
     LogInfo("BrioDatabase") << "query took " << MillisecondsSince(start) << " ms: " << statement.text;
   }
-  if (PQresultStatus(result.get()) != PGRES_TUPLES_OK) { return false; }
-  return MakeRows(result.release());
+  if (!answer.rows) { return false; }
+  answer_ = std::move(*answer.rows);
+  MakeRows();
+  return true;
 }
 
-bool Table::MakeRows(PGresult* result) {
+void Table::MakeRows() {
   const auto start = Clock::now();
-  result_.reset(result);
-  const auto nRows = static_cast<std::size_t>(PQntuples(result));
+  const auto nRows = static_cast<std::size_t>(answer_.Count());
   cells_.resize(nRows * columns_.size());
   rows_.reserve(nRows);
   for (std::size_t row = 0; row < nRows; ++row) {
     Column* cells = &cells_[row * columns_.size()];
+    const RowView values = answer_.At(static_cast<int>(row));
     int field = 0;
     for (std::size_t column = 0; column < columns_.size(); ++column) {
       if (Contains(excluded_, columns_[column].Name())) { continue; }
-      const int index = static_cast<int>(row);
-      if (PQgetisnull(result, index, field) == 0) {
-        cells[column] = Column(PQgetvalue(result, index, field));
-      }
+      if (!values.IsNull(field)) { cells[column] = Column(values.Text(field)); }
       ++field;
     }
     rows_.emplace_back(cells, columns_.size());
@@ -206,7 +205,6 @@ bool Table::MakeRows(PGresult* result) {
     LogInfo("BrioDatabase") << "parsing " << nRows << " rows of " << QuotedName() << " took "
                             << MillisecondsSince(start) << " ms";
   }
-  return true;
 }
 
 bool Table::GetConnection(int retries) {
@@ -214,6 +212,14 @@ bool Table::GetConnection(int retries) {
   session_ =
       AcquireSession(detector_, type_ == kHardware ? DatabaseKind::Hardware : DatabaseKind::Runs, retries);
   return session_ != nullptr;
+}
+
+template <class Run>
+auto Table::Timed(Run run) {
+  const auto start = Clock::now();
+  auto result = run();
+  if (timeQueries_) { LogInfo("BrioDatabase") << "query took " << MillisecondsSince(start) << " ms"; }
+  return result;
 }
 
 bool Table::ExecuteSQL(std::string statement, PGresult*& result, int columns) {
@@ -226,13 +232,17 @@ bool Table::ExecuteSQL(std::string statement, const RowConsumer& take, PGresult*
   });
 }
 
+bool Table::ExecuteSQL(std::string statement, std::optional<Rows>& rows, int columns) {
+  rows.reset();
+  if (!session_) { return false; }
+  Answer answer = Timed([&] { return session_->Ask({std::move(statement), {}, false, columns}); });
+  rows = std::move(answer.rows);
+  return answer.wasSent;
+}
+
 template <class Run>
 bool Table::Execute(PGresult*& result, Run run) {
-  result = nullptr;
-  if (!session_) { return false; }
-  const auto start = Clock::now();
-  result = run().release();
-  if (timeQueries_) { LogInfo("BrioDatabase") << "query took " << MillisecondsSince(start) << " ms"; }
+  result = session_ ? Timed(run).release() : nullptr;
   return result != nullptr;
 }
 

@@ -1,6 +1,6 @@
 # Installed hardware: records, pulls, the location map, and questions about channels.
 brio_unit_test(RunHistory.hardware.unit
-  SOURCES HardwareDateTest.cc HardwareRecordsTest.cc NumberTextTest.cc PixelGainsTest.cc
+  SOURCES HardwareDateTest.cc HardwareRecordsTest.cc NumberTextTest.cc PixelGainsTest.cc StatementTimeTest.cc
   LIBS brio::RunHistory brio_test_support)
 
 brio_server_test(RunHistory.hardware
