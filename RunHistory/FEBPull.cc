@@ -9,6 +9,7 @@
 #include "RunHistory/RunTable.h"
 #include "RunHistory/StatementTime.h"
 #include "database/PerformPGQuery.h"
+#include "database/Timing.h"
 #include "framework/MessageLogger.h"
 #include "framework/exception.h"
 
@@ -55,6 +56,7 @@ const char* const kCablesStatement =
     "and mod.position_in_layer=CAST(btrim(fcom.port2,'POS:') AS INT)) ORDER BY diblk ASC, dcm ASC, feb ASC";
 
 FEBsByModule ReadFEBs(const Rows& rows) {
+  const ConversionTimer timer("installed FEBs", rows.Count());
   FEBsByModule febs;
   // All boards carry the date of the first row, the newest.
   const double dateAdded = rows.Count() > 0 ? HardwareDate(rows.At(0).Text(kDateAdded)) : 0.0;
@@ -88,6 +90,7 @@ struct CabledBoard {
 
 /// The cable rows of installed boards, in their order.
 std::vector<CabledBoard> ReadCables(const Rows& rows, int detector, FEBsByModule& febs, APDsByModule& apds) {
+  const ConversionTimer timer("cables", rows.Count());
   std::vector<CabledBoard> cabled;
   cabled.reserve(febs.size());
   int withoutAPD = 0;

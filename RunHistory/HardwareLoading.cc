@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <array>
 #include <iostream>
+#include <optional>
 
 #include "RunHistory/ApplicationName.h"
 #include "RunHistory/ChannelLookup.h"
@@ -11,6 +12,7 @@
 #include "RunHistory/StatementTime.h"
 #include "database/LoadScope.h"
 #include "database/PlainText.h"
+#include "database/Timing.h"
 
 namespace brio::dbi {
 
@@ -144,6 +146,7 @@ bool RunHistory::LoadNearHardware(Table& table) {
   std::optional<Rows> rows;
   if (!AskForHardware(NearStatement(tStartText), tStartText, kNearColumns, table, rows)) { return true; }
   if (!rows) { return false; }
+  const ConversionTimer timer("installed hardware", rows->Count());
   OutsideRows outside("LoadHardwareInfo");
   for (const RowView row : *rows) {
     const auto number = [&](int column) { return IntegerIn(row.Text(column)); };
@@ -163,6 +166,7 @@ bool RunHistory::LoadFarHardware(Table& table) {
     return false;
   }
   if (!rows) { return false; }
+  const ConversionTimer timer("installed hardware", rows->Count());
   OutsideRows outside("LoadHardwareInfo");
   for (const RowView row : *rows) {
     const auto number = [&](int column) { return IntegerIn(row.Text(column)); };

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <chrono>
 
+#include "database/LoadScopeSessions.h"
+#include "database/Quoted.h"
 #include "database/Session.h"
 #include "database/TableDefinition.h"
 #include "framework/MessageLogger.h"
@@ -13,18 +15,9 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-std::string Quoted(const std::string& identifier) {
-  std::string quoted = "\"";
-  for (const char character : identifier) {
-    if (character == '"') { quoted += '"'; }
-    quoted += character;
-  }
-  return quoted + '"';
-}
+double Milliseconds(Clock::duration time) { return std::chrono::duration<double, std::milli>(time).count(); }
 
-double MillisecondsSince(Clock::time_point start) {
-  return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
-}
+double MillisecondsSince(Clock::time_point start) { return Milliseconds(Clock::now() - start); }
 
 bool Contains(const std::vector<std::string>& list, const std::string& text) {
   return std::find(list.begin(), list.end(), text) != list.end();
@@ -132,6 +125,7 @@ std::string Table::QuotedName() const {
 
 Statement Table::SelectStatement() const {
   Statement statement;
+  statement.onlyReads = true;
   std::string& select = statement.text;
   select = "SELECT ";
   for (const auto& column : columns_) {
@@ -214,36 +208,47 @@ bool Table::GetConnection(int retries) {
   return session_ != nullptr;
 }
 
-template <class Run>
-auto Table::Timed(Run run) {
+/// What a statement on the session gives; without a session a result that says it was not sent.
+template <class Result, class Run>
+Result Table::Timed(Run run) {
+  // A consumer may make the table give its connection up.
+  const auto session = session_;
+  if (!session) { return Result(); }
   const auto start = Clock::now();
-  auto result = run();
-  if (timeQueries_) { LogInfo("BrioDatabase") << "query took " << MillisecondsSince(start) << " ms"; }
+  Result result = run(*session);
+  const GivenRows given = session->LastGiven();
+  if (timeQueries_) {
+    LogInfo("BrioDatabase") << "query took " << Milliseconds(Clock::now() - start - given.taken) << " ms";
+  }
+  if (given.count > 0 && (timeParsing_ || loadscope::TimesParsing())) {
+    LogInfo("BrioDatabase") << "parsing " << given.count << " rows took " << Milliseconds(given.taken)
+                            << " ms";
+  }
   return result;
 }
 
 bool Table::ExecuteSQL(std::string statement, PGresult*& result, int columns) {
-  return Execute(result, [&] { return session_->Execute({std::move(statement), {}, false, columns}); });
+  result = nullptr;
+  result = Timed<ResultHandle>([&](Session& session) {
+             return session.Execute({std::move(statement), {}, false, columns});
+           }).release();
+  return result != nullptr;
 }
 
 bool Table::ExecuteSQL(std::string statement, const RowConsumer& take, PGresult*& result, int columns) {
-  return Execute(result, [&] {
-    return session_->ExecuteByRow({std::move(statement), {}, false, columns}, take);
-  });
+  result = nullptr;
+  result = Timed<ResultHandle>([&](Session& session) {
+             return session.ExecuteByRow({std::move(statement), {}, false, columns}, take);
+           }).release();
+  return result != nullptr;
 }
 
 bool Table::ExecuteSQL(std::string statement, std::optional<Rows>& rows, int columns) {
-  rows.reset();
-  if (!session_) { return false; }
-  Answer answer = Timed([&] { return session_->Ask({std::move(statement), {}, false, columns}); });
+  Answer answer = Timed<Answer>([&](Session& session) {
+    return session.Ask({std::move(statement), {}, false, columns});
+  });
   rows = std::move(answer.rows);
   return answer.wasSent;
-}
-
-template <class Run>
-bool Table::Execute(PGresult*& result, Run run) {
-  result = session_ ? Timed(run).release() : nullptr;
-  return result != nullptr;
 }
 
 void Table::CloseConnection() { session_.reset(); }

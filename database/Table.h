@@ -24,8 +24,8 @@ struct Statement;
 ///
 /// The detector and the table type choose the database (see docs/operators.md for BRIO_DATABASE); type 2 is
 /// the hardware database, any other the run database. Within a load of RunHistory all tables of one database
-/// share a connection and a read-only transaction; elsewhere a table has a connection of its own. One thread
-/// uses a table at a time.
+/// share a connection and a read-only transaction; elsewhere a table has a connection of its own, and each
+/// Load a read-only transaction on it, unless the client began one. One thread uses a table at a time.
 class Table {
 public:
   /// The table type of the hardware database.
@@ -48,9 +48,10 @@ public:
   void SetTableType(int type);
   /// Overrides the schema that the definition file names.
   void SetSubSchema(std::string schema) { subSchema_ = std::move(schema); }
-  /// Log the wall time of every statement at info severity.
+  /// Log the wall time of every statement, less that of a consumer of its rows, at info severity.
   void SetTimeQueries(bool on) { timeQueries_ = on; }
-  /// Log the wall time of turning a statement's rows into Row objects at info severity.
+  /// Log the wall time of turning a statement's rows into Row objects, or of a consumer that takes them one
+  /// by one, at info severity.
   void SetTimeParsing(bool on) { timeParsing_ = on; }
   /// Adds a column that Load does not fetch; its values are absent, its index stays.
   void AddExcludeCol(std::string name) { excluded_.push_back(std::move(name)); }
@@ -94,7 +95,8 @@ public:
   /// Makes sure that a connection is open. Failures that can pass (refused, starting up, too many clients,
   /// time-out) are tried again up to `retries` times, with pauses between; others are final at once.
   bool GetConnection(int retries);
-  /// Runs one statement on the open connection and hands over its result, which the caller frees with
+  /// Runs one statement on the open connection, as that has it (outside a load without a transaction and
+  /// settings of ours), and hands over its result, which the caller frees with
   /// PQclear.
   /// \param columns  how many the rows must have; other rows are a failed statement. 0 takes any, so that the
   ///                 caller has to look (PQnfields) before it reads a value
@@ -103,7 +105,8 @@ public:
   ///         PGRES_FATAL_ERROR.
   bool ExecuteSQL(std::string statement, PGresult*& result, int columns = 0);
   /// The same for rows too many to keep: gives them to `take` as they arrive, also those before a failure.
-  /// The result has none.
+  /// The result has none. While it gives rows the connection takes no other statement (false, with an error
+  /// logged), and the table must live on.
   bool ExecuteSQL(std::string statement, const RowConsumer& take, PGresult*& result, int columns = 0);
   /// The same for a reader who does not need libpq's form of the rows. `rows` is nothing when the statement
   /// failed, or is not one that returns rows.
@@ -117,10 +120,8 @@ private:
   void MakeRows();
   Statement SelectStatement() const;
   std::string QuotedName() const;
-  template <class Run>
-  bool Execute(PGresult*& result, Run run);
-  template <class Run>
-  auto Timed(Run run);
+  template <class Result, class Run>
+  Result Timed(Run run);
 
   std::vector<ColumnDef> columns_;
   std::string definitionFile_;

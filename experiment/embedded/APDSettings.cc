@@ -1,5 +1,6 @@
 #include "experiment/dcs/APDSettings.h"
 
+#include "database/Timing.h"
 #include "experiment/embedded/ConfigurationQuery.h"
 #include "experiment/embedded/DCMIndex.h"
 
@@ -47,6 +48,7 @@ private:
     const auto rows =
         QueryConfiguration(brio::dbi::DatabaseKind::SlowControl, kCategory, kStatement, kColumns, configId);
     if (!rows) { return false; }
+    const brio::dbi::ConversionTimer timer("APD settings", rows->Count());
     for (const auto row : *rows) {
       ReadAPD(row);
     }

@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "database/Timing.h"
 #include "framework/MessageLogger.h"
 
 namespace dbutils {
@@ -18,7 +19,7 @@ std::optional<brio::dbi::Rows> QueryConfiguration(brio::dbi::DatabaseKind databa
   }
   const auto session = brio::dbi::AcquireSession(detector, database, 0);
   if (!session) { return std::nullopt; }
-  return session->Ask({statement, {std::to_string(configId)}, true, columns}).rows;
+  return brio::dbi::TimedAsk(*session, {statement, {std::to_string(configId)}, true, columns}).rows;
 }
 
 }  // namespace dbutils

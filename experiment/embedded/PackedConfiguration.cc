@@ -1,5 +1,6 @@
 #include "experiment/embedded/PackedConfiguration.h"
 
+#include "database/Timing.h"
 #include "experiment/embedded/ConfigurationQuery.h"
 #include "framework/MessageLogger.h"
 
@@ -14,6 +15,7 @@ bool ReadPacked(const char* statement, int columns, long long configId, const ch
     brio::LogError(kCategory) << "there is no configuration " << configId << " in daqconfig.configurations";
     return false;
   }
+  const brio::dbi::ConversionTimer timer(what, rows->Count());
   for (const auto row : *rows) {
     if (row.IsNull(0)) { continue; }
     const auto position = dcms.Index().Find(TextAt(row, 0));
