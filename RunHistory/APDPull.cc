@@ -98,14 +98,6 @@ void APDReader::BeginAPD(const char* serial) {
   if (found != gains_.end()) { gainsOfAPD_ = found; }
 }
 
-APDsByModule ReadAPDs(const Rows& rows, const GainsBySerial& gains) {
-  APDReader reader(gains);
-  for (const RowView row : rows) {
-    reader.Take(row);
-  }
-  return reader.TakeAPDs();
-}
-
 }  // namespace
 
 /// APDs installed in the far detector at the run's start, by module; none for other detectors.
@@ -118,10 +110,12 @@ APDsByModule RunHistory::PullAPDInfoFromDB() {
   APDsByModule apds;
   if (DetInfo::GetId(detectorName) == briodaq::cnv::Birch) {
     const GainsBySerial gains = PullGains(*table, detectorId);
-    Rows rows;
-    PerformPGQueryAt(tStartText, InstalledAPDsStatement(tStartText), *table, rows, kColumns);
-    LogDebug("RunHistory") << "Found " << rows.Count() << " apds in the db";
-    apds = ReadAPDs(rows, gains);
+    APDReader reader(gains);
+    const auto nRows = PerformPGQueryAt(
+        tStartText, InstalledAPDsStatement(tStartText), *table,
+        [&reader](const RowView& row) { reader.Take(row); }, kColumns);
+    LogDebug("RunHistory") << "Found " << nRows.value_or(0) << " apds in the db";
+    if (nRows) { apds = reader.TakeAPDs(); }
   }
   LogDebug("APDInfo") << apds.size() << " apds were installed"
                       << "print out info for all APDs";

@@ -29,6 +29,11 @@ std::string Escaped(const std::string& text) {
   return text.size() > kLongestShown ? escaped + "..." : escaped;
 }
 
+void GiveUp(const std::string& query, Table& table) {
+  LogError("RunHistory") << "Query failed: " << query;
+  table.CloseConnection();
+}
+
 }  // namespace
 
 bool MayStandInStatement(const std::string& time) {
@@ -41,10 +46,16 @@ bool MayStandInStatement(const std::string& time) {
 bool PerformPGQueryAt(const std::string& time, const std::string& query, Table& table, Rows& rows,
                       int columns) {
   if (MayStandInStatement(time)) { return PerformPGQuery(query, table, rows, columns); }
-  LogError("RunHistory") << "Query failed: " << query;
-  table.CloseConnection();
+  GiveUp(query, table);
   rows = Rows();
   return false;
+}
+
+std::optional<int> PerformPGQueryAt(const std::string& time, const std::string& query, Table& table,
+                                    const RowConsumer& take, int columns) {
+  if (MayStandInStatement(time)) { return PerformPGQuery(query, table, take, columns); }
+  GiveUp(query, table);
+  return std::nullopt;
 }
 
 }  // namespace brio::dbi

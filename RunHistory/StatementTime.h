@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "database/Table.h"
@@ -14,5 +15,8 @@ bool MayStandInStatement(const std::string& time);
 /// PerformPGQuery for a statement that holds a time.
 bool PerformPGQueryAt(const std::string& time, const std::string& query, Table& table, Rows& rows,
                       int columns);
+/// The same by row.
+std::optional<int> PerformPGQueryAt(const std::string& time, const std::string& query, Table& table,
+                                    const RowConsumer& take, int columns);
 
 }  // namespace brio::dbi
