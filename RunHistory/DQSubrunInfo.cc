@@ -1,5 +1,7 @@
 #include "RunHistory/DQSubrunInfo.h"
 
+#include <tuple>
+
 #include "RunHistory/FreshTry.h"
 #include "database/LoadScope.h"
 
@@ -10,7 +12,7 @@ std::vector<DQSubrunInfo> RunHistory::GetDQSubrunInfo() {
   dqSubrunInfo.clear();
   const LoadScope scope;
   if (LoadScope::IsOutermost()) {
-    return WithFreshTry([this] { return GetDQSubrunInfo(); });
+    return WithFreshTry([this] { return GetDQSubrunInfo(); }, std::tie(dqSubrunInfoLoaded, dqSubrunInfo));
   }
   Table table("RunHistory/tables/DQSubrunInfo.xml");
   table.SetDetector(detectorName);

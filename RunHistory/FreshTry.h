@@ -41,8 +41,14 @@ private:
 /// on new connections, in new transactions. How that ends is how it ends.
 template <class Load>
 auto RunHistory::WithFreshTry(Load load) {
+  return WithFreshTry(load, LoadedMembers());
+}
+
+/// The same for a load that stores no more than some members, so that only those are copied beforehand.
+template <class Load, class Members>
+auto RunHistory::WithFreshTry(Load load, Members stored) {
   if (!LoadScope::IsOutermost()) { return load(); }
-  auto before = freshtry::CopyOf(LoadedMembers());
+  auto before = freshtry::CopyOf(stored);
   try {
     const freshtry::Switched first(mayBeginAfresh);
     auto result = load();
@@ -51,8 +57,8 @@ auto RunHistory::WithFreshTry(Load load) {
     if (!LoadScope::WasInterrupted()) { throw; }
   }
   LoadScope::LeaveConnections();
-  LoadedMembers() = std::move(before);
   boardIndex.Clear();
+  stored = std::move(before);
   freshtry::Announce(runNumber, detectorName);
   return load();
 }

@@ -1,4 +1,5 @@
 #include <iostream>
+#include <tuple>
 
 #include "RunHistory/FreshTry.h"
 #include "RunHistory/RunTable.h"
@@ -48,7 +49,8 @@ bool RunHistory::LoadGoodDiBlockMask() {
 
   const LoadScope scope;
   if (LoadScope::IsOutermost()) {
-    return WithFreshTry([this] { return LoadGoodDiBlockMask(); });
+    return WithFreshTry([this] { return LoadGoodDiBlockMask(); },
+                        std::tie(goodDiBlockMaskLoaded, goodDiBlockMask));
   }
   const auto table = OpenTable("RunHistory/tables/GoodDiBlocksVsRun.xml", timeQueries, timeParsing);
   if (!DetInfo::DetNameOk(detectorName)) { return false; }

@@ -1,4 +1,5 @@
 #include <iostream>
+#include <tuple>
 
 #include "RunHistory/FreshTry.h"
 #include "RunHistory/RunTable.h"
@@ -12,7 +13,7 @@ bool RunHistory::LoadPOT() {
   totalPOT = 0.0F;
   const LoadScope scope;
   if (LoadScope::IsOutermost()) {
-    return WithFreshTry([this] { return LoadPOT(); });
+    return WithFreshTry([this] { return LoadPOT(); }, std::tie(potLoaded, totalPOT));
   }
   const auto table = OpenTable("RunHistory/tables/POTByRun.xml", timeQueries, timeParsing);
   if (!briodaq::cnv::DetInfo::DetNameOk(detectorName)) { return false; }

@@ -309,6 +309,8 @@ private:
   auto OtherMembers();
   template <class Load>
   auto WithFreshTry(Load load);
+  template <class Load, class Members>
+  auto WithFreshTry(Load load, Members stored);
   bool WillBeginAfresh() const;
   bool HasAllDetInfo() const;
   bool IsTooIncomplete() const { return abortIfIncomplete && !incompleteParts.empty(); }

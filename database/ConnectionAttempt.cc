@@ -7,8 +7,8 @@
 
 #include "database/ConnectionHosts.h"
 #include "database/ConnectionOptions.h"
+#include "database/Notices.h"
 #include "database/Wait.h"
-#include "framework/MessageLogger.h"
 
 namespace brio::dbi {
 namespace {
@@ -31,9 +31,8 @@ Clock::time_point EndOfTimeout(const OptionsHandle& options) {
   return now + std::chrono::seconds(std::clamp(seconds, 2L, kLongestTimeoutSeconds));
 }
 
-void ReceiveNotice(void* /*unused*/, const PGresult* result) {
-  LogInfo("BrioDatabase") << "server says: " << PQresultErrorMessage(result);
-}
+/// What comes before a session listens is nobody's.
+void DropNotice(void* /*unused*/, const PGresult* /*notice*/) {}
 
 /// Options that stand above those of the connection string. An empty value would not, and is left out.
 class Overrides {
@@ -79,7 +78,8 @@ ConnectionAttempt TryAddress(const std::string& connectionString, const OptionsH
     return attempt;
   }
   PQsetErrorVerbosity(connection, PQERRORS_VERBOSE);
-  PQsetNoticeReceiver(connection, ReceiveNotice, nullptr);
+  Notices notices;
+  notices.ListenTo(connection);
   auto state = PQstatus(connection) == CONNECTION_BAD ? PGRES_POLLING_FAILED : PGRES_POLLING_WRITING;
   while (state != PGRES_POLLING_OK && state != PGRES_POLLING_FAILED) {
     const auto waitFor = state == PGRES_POLLING_READING ? WaitFor::Read : WaitFor::Write;
@@ -88,6 +88,7 @@ ConnectionAttempt TryAddress(const std::string& connectionString, const OptionsH
     if (left.count() == 0 || !WaitForSocket(PQsocket(connection), waitFor, left)) {
       attempt.failure = TimeExpired(connection);
       attempt.connection.reset();
+      notices.EndStatement();
       return attempt;
     }
     state = PQconnectPoll(connection);
@@ -97,7 +98,9 @@ ConnectionAttempt TryAddress(const std::string& connectionString, const OptionsH
     attempt.connection.reset();
   } else {
     PQsetErrorVerbosity(connection, PQERRORS_DEFAULT);
+    PQsetNoticeReceiver(connection, DropNotice, nullptr);
   }
+  notices.EndStatement();
   return attempt;
 }
 

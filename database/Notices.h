@@ -5,7 +5,7 @@
 namespace brio::dbi {
 
 /// Logs what a server says beside its answers, at info severity, category "BrioDatabase": the first ten
-/// messages of a statement, and of the others how many they were. None is kept.
+/// messages of a statement, or of an attempt to connect, and of the others how many they were. None is kept.
 class Notices {
 public:
   /// From now on receives a connection's messages; must live as long as that.

@@ -178,6 +178,7 @@ ResultHandle PostgreSQLSession::CollectResult(const Patience& patience, const St
       continue;
     }
     patience.time.Resume();
+    if (statement != nullptr && collected) { return GiveUp("the server gave two answers to one statement"); }
     if (!collected || IsGood(collected.get())) { collected = std::move(next); }
     if (IsCopy(collected.get())) { break; }
   }
