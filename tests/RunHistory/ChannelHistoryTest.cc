@@ -263,13 +263,23 @@ TEST_P(LongHistory, IsApartFromItsCopiesAndGoesWithAMove) {
   AskAnywhere(5);
   ChannelHistory<ChanInfo_t> info = info_;
   ChannelHistory<BadChan_t> bad = bad_;
-  info_.Add({-1.0F, -1.0F, kLatest});
-  bad_.Add({!IsBad(records_.size() - 1), kLatest});
   const long end = records_.back().time;
+  info_.Add({-1.0F, -1.0F, end});
+  bad_.Add({!IsBad(records_.size()), end});
   Ask(info, bad, end);
+  Ask(info, bad, kLatest);
+  // The other way round, and both have been asked about as many records.
+  info_.AnswerBefore<OccupancyLine>(kLatest);
+  info_.AnswerBefore<CoincidenceLine>(kLatest);
+  bad_.AnswerBefore<IsBadLine>(kLatest);
+  const auto number = static_cast<float>(records_.size());
+  records_.emplace_back(number, -number / 2, end);
+  info.Add(records_.back());
+  bad.Add({IsBad(records_.size() - 1), end});
   Ask(info, bad, kLatest);
   info_ = info;
   bad_ = bad;
+  Ask(kLatest);
   AskAnywhere(5);
   ChannelHistory<ChanInfo_t> movedInfo = std::move(info);
   ChannelHistory<BadChan_t> movedBad = std::move(bad);
