@@ -16,18 +16,15 @@ void RunHistory::SetIsBad(geo::OfflineChan channel, bool isBad, long time) {
 }
 
 float RunHistory::Occupancy(geo::OfflineChan channel, long time) {
-  const ChanInfo_t* record = chanInfoHistory[channel].Before(time);
-  return record != nullptr ? record->occupancy : ChanInfo_t().occupancy;
+  return chanInfoHistory[channel].AnswerBefore<OccupancyLine>(time);
 }
 
 float RunHistory::Coincidence(geo::OfflineChan channel, long time) {
-  const ChanInfo_t* record = chanInfoHistory[channel].Before(time);
-  return record != nullptr ? record->coincidence : ChanInfo_t().coincidence;
+  return chanInfoHistory[channel].AnswerBefore<CoincidenceLine>(time);
 }
 
 bool RunHistory::IsBad(geo::OfflineChan channel, long time) {
-  const BadChan_t* record = badChanHistory[channel].Before(time);
-  return record != nullptr && record->isBad;
+  return badChanHistory[channel].AnswerBefore<IsBadLine>(time);
 }
 
 void RunHistory::PrintChanInfo() {

@@ -2,7 +2,13 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <new>
+#include <tuple>
 #include <vector>
+
+#include "RunHistory/AnswerIndex.h"
 
 namespace brio::dbi {
 
@@ -30,6 +36,76 @@ struct BadChan_t {
   BadChan_t& operator=(const BadChan_t&) = default;
 };
 
+/// Sixteen answers whether a channel was bad, in one cache line; the last key's low bits are the answers.
+class alignas(64) IsBadLine : public LineKeys<16> {
+public:
+  using Answer = bool;
+  static constexpr std::size_t kRecords = 16;
+  static bool None() { return false; }
+  static bool AnswerOf(const BadChan_t& record) { return record.isBad; }
+
+  IsBadLine() { keys_.back() = Key(kTooFar); }
+  void SetAnswer(std::size_t record, bool isBad) { keys_.back() |= (isBad ? 1 : 0) << record; }
+  bool AnswerOf(std::size_t record) const { return ((keys_.back() >> record) & 1) != 0; }
+};
+
+/// Eight occupancies, or coincidence rates, in one cache line.
+template <float ChanInfo_t::*kMember>
+class alignas(64) ChanInfoLine : public LineKeys<8> {
+public:
+  using Answer = float;
+  static constexpr std::size_t kRecords = 8;
+  static float None() { return ChanInfo_t().*kMember; }
+  static float AnswerOf(const ChanInfo_t& record) { return record.*kMember; }
+
+  void SetAnswer(std::size_t record, float answer) { answers_[record] = answer; }
+  float AnswerOf(std::size_t record) const { return answers_[record]; }
+
+private:
+  std::array<float, kRecords> answers_{};
+};
+using OccupancyLine = ChanInfoLine<&ChanInfo_t::occupancy>;
+using CoincidenceLine = ChanInfoLine<&ChanInfo_t::coincidence>;
+
+/// The indexes that a kind of record can have.
+template <class Record>
+struct AnswerIndexesOf {
+  using type = std::tuple<>;
+};
+template <>
+struct AnswerIndexesOf<BadChan_t> {
+  using type = std::tuple<AnswerIndex<IsBadLine>>;
+};
+template <>
+struct AnswerIndexesOf<ChanInfo_t> {
+  using type = std::tuple<AnswerIndex<OccupancyLine>, AnswerIndex<CoincidenceLine>>;
+};
+
+/// Made when it is needed. A copy is without, and makes its own.
+template <class Value>
+class MadeOnDemand {
+public:
+  MadeOnDemand() = default;
+  ~MadeOnDemand() = default;
+  MadeOnDemand(const MadeOnDemand& /*other*/) {}
+  MadeOnDemand(MadeOnDemand&&) noexcept = default;
+  MadeOnDemand& operator=(const MadeOnDemand& /*other*/) {
+    value_.reset();
+    return *this;
+  }
+  MadeOnDemand& operator=(MadeOnDemand&&) noexcept = default;
+
+  Value* Get() { return value_.get(); }
+  Value& Make() {
+    if (!value_) { value_ = std::make_unique<Value>(); }
+    return *value_;
+  }
+  void Drop() { value_.reset(); }
+
+private:
+  std::unique_ptr<Value> value_;
+};
+
 /// The records of one channel in the order in which they were added, usually that of time. Nothing is sorted,
 /// merged or removed.
 template <class Record>
@@ -44,7 +120,23 @@ public:
       if (time > records_[risers_.back()].time) { risers_.push_back(added); }
     } else if (added > 0 && time < records_[added - 1].time) {
       FindRisers();
+      indexes_.Drop();
     }
+  }
+
+  /// What a line of this kind tells of the record before a time, as the function below finds it; of many
+  /// records in the order of time from an index, which is made at the first question.
+  template <class Line>
+  typename Line::Answer AnswerBefore(long time) {
+    if (records_.size() >= kManyRecords && risers_.empty()) {
+      auto* indexes = indexes_.Get();
+      if ((indexes != nullptr && std::get<AnswerIndex<Line>>(*indexes).IsOf(records_.size())) ||
+          FollowRecords<Line>()) {
+        return std::get<AnswerIndex<Line>>(*indexes_.Get()).Before(time);
+      }
+    }
+    const Record* record = Before(time);
+    return record != nullptr ? Line::AnswerOf(*record) : Line::None();
   }
 
   /// The record before the first one whose time is at or after `time`, counted from the front, whatever
@@ -60,6 +152,21 @@ public:
   const std::vector<Record>& Records() const { return records_; }
 
 private:
+  /// With fewer, what a search reads stays in the processor's cache.
+  static constexpr std::size_t kManyRecords = 4096;
+
+  /// Brings an index up to date. False when there is none to be had.
+  template <class Line>
+  [[gnu::noinline]] bool FollowRecords() {
+    try {
+      return std::get<AnswerIndex<Line>>(indexes_.Make()).Follow(records_);
+    } catch (const std::bad_alloc&) {
+      // The records answer without it, only slower.
+      indexes_.Drop();
+      return false;
+    }
+  }
+
   bool IsBefore(std::size_t index, long time) const { return records_[index].time < time; }
 
   std::size_t FirstNotBefore(long time) const {
@@ -123,6 +230,7 @@ private:
   /// them.
   std::vector<std::size_t> risers_;
   std::size_t lastStop_ = 0;
+  MadeOnDemand<typename AnswerIndexesOf<Record>::type> indexes_;
 };
 
 }  // namespace brio::dbi
