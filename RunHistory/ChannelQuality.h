@@ -89,8 +89,8 @@ public:
   ~MadeOnDemand() = default;
   MadeOnDemand(const MadeOnDemand& /*other*/) {}
   MadeOnDemand(MadeOnDemand&&) noexcept = default;
-  MadeOnDemand& operator=(const MadeOnDemand& /*other*/) {
-    value_.reset();
+  MadeOnDemand& operator=(const MadeOnDemand& other) {
+    if (this != &other) { value_.reset(); }
     return *this;
   }
   MadeOnDemand& operator=(MadeOnDemand&&) noexcept = default;

@@ -70,7 +70,8 @@ class Questions:
         runs = self.measure("channel_records")
         table.heading("One question about a channel's records (10; 1,000; 1,000,000 of them)")
         for question in ("IsBad", "Occupancy"):
-            for order, text, bar in (("in-time", "in the order of time", 3.0), ("random", "at random times", 2.0)):
+            for order, text, bar in (("in-time", "in the order of time", 3.0), ("random", "at random times", 2.0),
+                                     ("uneven", "at random, unevenly spread records", 2.0)):
                 names = [f"{question}/{order}/{n}" for n in RECORDS]
                 if not all([self.check(table, name, runs[name]) for name in names]):
                     continue

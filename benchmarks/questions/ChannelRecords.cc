@@ -1,8 +1,11 @@
 // Channel records that clients add: asking a channel with 10, 1,000 and 1,000,000 records, and filling and
 // asking all 344,064 channels. Time is that of one question or one record.
 #include <algorithm>
+#include <cmath>
 #include <map>
 #include <random>
+#include <utility>
+#include <vector>
 
 #include <benchmark/benchmark.h>
 
@@ -18,40 +21,59 @@ constexpr unsigned int kCells = 384;
 constexpr long kStep = 10;
 constexpr std::size_t kQuestions = 1 << 16;
 
-/// A run with records at times 10, 20, 30 … for one channel: record i has occupancy i mod 1000 and is bad
-/// when i is odd.
-RunHistory& RunWith(long nRecords) {
-  static std::map<long, RunHistory> runs;
-  const auto [entry, isNew] = runs.try_emplace(nRecords);
+enum class Spread { Even, Uneven };
+
+/// When a channel's records begin: at 10, 20, 30 …, or at distances that are mostly small and sometimes a
+/// thousand times larger, on average the same.
+std::vector<long> RecordTimes(long nRecords, Spread spread) {
+  std::mt19937_64 random(2);
+  std::lognormal_distribution<double> distance(0.0, 2.0);
+  std::vector<long> times;
+  double uneven = kStep;
+  for (long i = 0; i < nRecords; ++i) {
+    times.push_back(spread == Spread::Even ? kStep * (i + 1) : static_cast<long>(uneven));
+    uneven += kStep * distance(random) / std::exp(2.0);
+  }
+  return times;
+}
+
+/// A run with these records for one channel: record i has occupancy i mod 1000 and is bad when i is odd.
+RunHistory& RunWith(const std::vector<long>& recordTimes, Spread spread) {
+  static std::map<std::pair<std::size_t, Spread>, RunHistory> runs;
+  const auto [entry, isNew] = runs.try_emplace({recordTimes.size(), spread});
   RunHistory& run = entry->second;
-  for (long i = 0; isNew && i < nRecords; ++i) {
-    run.SetChanInfo(kChannel, static_cast<float>(i % 1000), 0.0F, kStep * (i + 1));
-    run.SetIsBad(kChannel, i % 2 == 1, kStep * (i + 1));
+  for (std::size_t i = 0; isNew && i < recordTimes.size(); ++i) {
+    run.SetChanInfo(kChannel, static_cast<float>(i % 1000), 0.0F, recordTimes[i]);
+    run.SetIsBad(kChannel, i % 2 == 1, recordTimes[i]);
   }
   return run;
 }
 
-enum class Order { InTime, Random };
+enum class Order { InTime, Random, OfRandomRecords };
 
-/// Times to ask for: events that come ten to a record, from the middle of the records on; or any times.
-std::vector<long> Times(long nRecords, Order order) {
+/// Times to ask for: events that come ten to a record, from the middle of the records on; or any times; or
+/// the times of any records.
+std::vector<long> Times(const std::vector<long>& recordTimes, Order order) {
   std::mt19937_64 random(1);
-  std::uniform_int_distribution<long> anyTime(0, kStep * (nRecords + 1));
+  std::uniform_int_distribution<long> anyTime(0, recordTimes.back() + kStep);
+  std::uniform_int_distribution<std::size_t> anyRecord(0, recordTimes.size() - 1);
   std::vector<long> times(kQuestions);
-  long next = kStep * nRecords / 2;
+  long next = recordTimes[recordTimes.size() / 2];
   for (long& time : times) {
-    time = order == Order::InTime ? next++ : anyTime(random);
+    time = order == Order::InTime   ? next++
+           : order == Order::Random ? anyTime(random)
+                                    : recordTimes[anyRecord(random)];
   }
   return times;
 }
 
 struct IsBad {
-  static double Ask(RunHistory& run, long time) { return run.IsBad(kChannel, time) ? 1 : 0; }
-  static double Expected(long last) { return last >= 0 && last % 2 == 1 ? 1 : 0; }
+  static bool Ask(RunHistory& run, long time) { return run.IsBad(kChannel, time); }
+  static bool Expected(long last) { return last >= 0 && last % 2 == 1; }
 };
 struct Occupancy {
-  static double Ask(RunHistory& run, long time) { return static_cast<double>(run.Occupancy(kChannel, time)); }
-  static double Expected(long last) { return last >= 0 ? static_cast<double>(last % 1000) : -6; }
+  static float Ask(RunHistory& run, long time) { return run.Occupancy(kChannel, time); }
+  static float Expected(long last) { return last >= 0 ? static_cast<float>(last % 1000) : -6.0F; }
 };
 
 /// Per question, in seconds.
@@ -59,15 +81,15 @@ benchmark::Counter SecondsEach(double count) {
   return {count, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert};
 }
 
-template <class Question, Order kOrder>
+template <class Question, Order kOrder, Spread kSpread = Spread::Even>
 void AskOne(benchmark::State& state) {
-  const long nRecords = state.range(0);
-  RunHistory& run = RunWith(nRecords);
-  const auto times = Times(nRecords, kOrder);
+  const auto recordTimes = RecordTimes(state.range(0), kSpread);
+  RunHistory& run = RunWith(recordTimes, kSpread);
+  const auto times = Times(recordTimes, kOrder);
   for (const long time : times) {
     // The last record strictly before the time.
-    const long last = std::min((time - 1) / kStep, nRecords) - 1;
-    if (Question::Ask(run, time) != Question::Expected(last)) {
+    const auto next = std::lower_bound(recordTimes.begin(), recordTimes.end(), time);
+    if (Question::Ask(run, time) != Question::Expected(next - recordTimes.begin() - 1)) {
       state.SkipWithError("a wrong answer");
       return;
     }
@@ -124,6 +146,16 @@ BENCHMARK_TEMPLATE(AskOne, Occupancy, Order::InTime)
     ->Arg(1000000);
 BENCHMARK_TEMPLATE(AskOne, Occupancy, Order::Random)
     ->Name("Occupancy/random")
+    ->Arg(10)
+    ->Arg(1000)
+    ->Arg(1000000);
+BENCHMARK_TEMPLATE(AskOne, IsBad, Order::OfRandomRecords, Spread::Uneven)
+    ->Name("IsBad/uneven")
+    ->Arg(10)
+    ->Arg(1000)
+    ->Arg(1000000);
+BENCHMARK_TEMPLATE(AskOne, Occupancy, Order::OfRandomRecords, Spread::Uneven)
+    ->Name("Occupancy/uneven")
     ->Arg(10)
     ->Arg(1000)
     ->Arg(1000000);
