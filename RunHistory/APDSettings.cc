@@ -54,6 +54,26 @@ void StoreGains(RunHistory::FEB& feb, const APDInfo& apd, const HardwareLocation
   }
 }
 
+/// Asks for the settings of every board of the run. \return whether any value came
+bool StoreSettings(std::vector<RunHistory::DiBlock>& diblocks, const dbutils::dcs::APDSettings& settings) {
+  bool isAnyThere = false;
+  // One variable for all ports: a temperature that was not recorded reads as that of the port before.
+  double temperature = kNoTemperature;
+  for (auto& diblock : diblocks) {
+    for (auto& dcm : diblock.dcms) {
+      if (!dcm.isActive) { continue; }
+      for (int port = 0; port < static_cast<int>(dcm.febs.size()); ++port) {
+        RunHistory::FEB& feb = dcm.febs[static_cast<std::size_t>(port)];
+        isAnyThere |= settings.getTemperatureEnable(dcm.appName, port, feb.temperatureEnabled);
+        isAnyThere |= settings.getTemperature(dcm.appName, port, temperature);
+        feb.temperature = NearestFloat(temperature);
+        isAnyThere |= settings.getVoltage(dcm.appName, port, feb.voltage);
+      }
+    }
+  }
+  return isAnyThere;
+}
+
 }  // namespace
 
 bool RunHistory::LoadAPDSettings() {
@@ -68,21 +88,7 @@ bool RunHistory::LoadAPDSettings() {
   SetDAQEnvironment(detectorName);
   incompleteParts.clear();
   const dbutils::dcs::APDSettings settings(configId, names);
-  bool isAnyThere = names.empty();
-  // One variable for all ports: a temperature that was not recorded reads as that of the port before.
-  double temperature = kNoTemperature;
-  for (auto& diblock : diBlocks) {
-    for (auto& dcm : diblock.dcms) {
-      if (!dcm.isActive) { continue; }
-      for (int port = 0; port < static_cast<int>(dcm.febs.size()); ++port) {
-        FEB& feb = dcm.febs[static_cast<std::size_t>(port)];
-        if (settings.getTemperatureEnable(dcm.appName, port, feb.temperatureEnabled)) { isAnyThere = true; }
-        if (settings.getTemperature(dcm.appName, port, temperature)) { isAnyThere = true; }
-        feb.temperature = NearestFloat(temperature);
-        if (settings.getVoltage(dcm.appName, port, feb.voltage)) { isAnyThere = true; }
-      }
-    }
-  }
+  const bool isAnyThere = StoreSettings(diBlocks, settings) || names.empty();
   // The look-up does not tell a board that has no settings from one whose settings it could not read.
   if (!isAnyThere && !settings.hasValidData()) { incompleteParts.emplace_back("slow control"); }
   const bool isFar = DetInfo::GetId(detectorName) == briodaq::cnv::Birch;

@@ -108,8 +108,14 @@ bool RunHistory::HasAllDetInfo() const {
 bool RunHistory::LoadAllDetInfo() {
   if (HasAllDetInfo()) { return true; }
   const LoadScope scope;
-  return WithFreshTry(
+  const bool isLoaded = WithFreshTry(
       [this] { return LoadDAQRunHistory() && LoadHardwareInfo() && LoadPixelInfo(0) && LoadAPDSettings(); });
+  if (isLoaded) {
+    // So that the questions that follow only look up.
+    IndexBoards();
+    offlineBoards = &OfflineBoards::Of(detectorId);
+  }
+  return isLoaded;
 }
 
 }  // namespace brio::dbi

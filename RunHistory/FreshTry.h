@@ -25,7 +25,7 @@ std::tuple<Members...> CopyOf(const std::tuple<Members&...>& members) {
 /// Sets a switch while it lives.
 class Switched {
 public:
-  explicit Switched(bool& on) : on_(on) { on_ = true; }
+  explicit Switched(bool& on) : on_(on) { on = true; }
   ~Switched() { on_ = false; }
   Switched(const Switched&) = delete;
   Switched& operator=(const Switched&) = delete;

@@ -49,7 +49,7 @@ RunHistory::~RunHistory() = default;
 RunHistory::RunHistory(RunHistory&& other) noexcept
     : nSubruns(-1),
       detectorName(DetInfo::GetName(briodaq::cnv::Unknown)),
-      tStartText(),
+      tStartText(),  // NOLINT(readability-redundant-member-init): empty allocates nothing
       channelMap(daqchannelmap::DAQChannelMap::getInstance(briodaq::cnv::Unknown)),
       offlineBoards(&OfflineBoards::None()) {
   Swap(LoadedMembers(), other.LoadedMembers());

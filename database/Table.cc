@@ -244,7 +244,7 @@ bool Table::ExecuteSQL(std::string statement, const RowConsumer& take, PGresult*
 }
 
 bool Table::ExecuteSQL(std::string statement, std::optional<Rows>& rows, int columns) {
-  Answer answer = Timed<Answer>([&](Session& session) {
+  auto answer = Timed<Answer>([&](Session& session) {
     return session.Ask({std::move(statement), {}, false, columns});
   });
   rows = std::move(answer.rows);
