@@ -4,8 +4,8 @@
 
 #include <CLI/CLI.hpp>
 
-#include "tools/Console.h"
-#include "tools/Verb.h"
+#include "tools/shared/Console.h"
+#include "tools/verbs/Verb.h"
 
 namespace {
 
