@@ -48,6 +48,7 @@ APDsByModule ReadAPDs(const PGresult* rows, const GainsBySerial& gains) {
       apd.serial = serial;
       gainsOfAPD = gains.find(apd.serial);
       if (gainsOfAPD != gains.end()) { apd.pixelGains = gainsOfAPD->second; }
+      apd.measuredPixels = gainsOfAPD != gains.end() ? 0xFFFFFFFFU : 0U;
     }
     if (dateText == nullptr || std::strcmp(dateText, text(kDateAdded)) != 0) {
       dateText = text(kDateAdded);

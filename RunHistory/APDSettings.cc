@@ -1,3 +1,4 @@
+#include <atomic>
 #include <cmath>
 
 #include "RunHistory/ChannelLookup.h"
@@ -21,12 +22,18 @@ constexpr double kLargestDeviation = 10.0;
 // What a board shows until a temperature was recorded.
 constexpr double kNoTemperature = -100.0;
 
+std::uint64_t BitOf(std::size_t port) { return std::uint64_t{1} << port; }
+
 std::string Described(const HardwareLocation& location) {
   return PlainText("dcm-2-", location.diblock, "-", location.dcm, "-", location.port);
 }
 
+/// How often gLocToFA was replaced in this process.
+std::atomic<std::uint64_t> mappings{0};
+
 /// Copies an APD's gains to its board; a mean too far from the nominal gain is reported and replaced.
-void StoreGains(RunHistory::FEB& feb, const APDInfo& apd, const HardwareLocation& location) {
+void StoreGains(RunHistory::FEB& feb, DCMSettingsFacts& facts, const APDInfo& apd,
+                const HardwareLocation& location) {
   float sum = 0.0F;
   for (std::size_t pixel = 0; pixel < apd.pixelGains.size(); ++pixel) {
     feb.pixelGains.at(pixel) = apd.pixelGains[pixel];
@@ -34,11 +41,16 @@ void StoreGains(RunHistory::FEB& feb, const APDInfo& apd, const HardwareLocation
   }
   const float average = sum / kPixelsPerFEB;
   feb.avgGain = average;
+  const std::size_t port = location.port % DCMSettingsFacts::kPorts;
+  facts.mapped |= BitOf(port);
+  facts.mean[port] = average;
+  facts.measuredPixels[port] = apd.measuredPixels;
   // A mean that is not a number deviates from nothing: it stays.
   const bool deviates = std::fabs(100.0 - static_cast<double>(average)) > kLargestDeviation;
   if (!deviates) { return; }
   LogError("RunHistory") << "average gain for APD " << apd.serial << " connected to " << Described(location)
                          << " is " << average << " : 100 expected so default to that";
+  facts.replaced |= BitOf(port);
   feb.avgGain = kNominalGain;
   for (std::size_t pixel = 0; pixel < apd.pixelGains.size(); ++pixel) {
     feb.pixelGains[pixel] = kNominalGain;
@@ -55,27 +67,42 @@ bool RunHistory::LoadAPDSettings() {
   const auto names = ActiveDCMNames();
   SetDAQEnvironment(detectorName);
   const dbutils::dcs::APDSettings settings(configId, names);
+  settingsFacts.clear();
   // One variable for all ports: a temperature that was not recorded reads as that of the port before.
   double temperature = kNoTemperature;
   for (auto& diblock : diBlocks) {
     for (auto& dcm : diblock.dcms) {
       if (!dcm.isActive) { continue; }
+      DCMSettingsFacts& facts = FactsOf(diblock, dcm);
       for (int port = 0; port < static_cast<int>(dcm.febs.size()); ++port) {
         FEB& feb = dcm.febs[static_cast<std::size_t>(port)];
-        settings.getTemperatureEnable(dcm.appName, port, feb.temperatureEnabled);
-        settings.getTemperature(dcm.appName, port, temperature);
+        const std::uint64_t bit = BitOf(static_cast<std::size_t>(port) % DCMSettingsFacts::kPorts);
+        if (settings.getTemperatureEnable(dcm.appName, port, feb.temperatureEnabled)) {
+          facts.controls |= bit;
+        }
+        if (settings.getTemperature(dcm.appName, port, temperature)) { facts.temperatures |= bit; }
         feb.temperature = static_cast<float>(temperature);
-        settings.getVoltage(dcm.appName, port, feb.voltage);
+        if (settings.getVoltage(dcm.appName, port, feb.voltage)) { facts.voltages |= bit; }
       }
     }
   }
   if (DetInfo::GetId(detectorName) == briodaq::cnv::Birch) {
     MapHardwareToLocation();
+    locationMapping = ++mappings;
     nInstrumentedFEBs = static_cast<std::int32_t>(gLocToFA.size());
     StoreMappedGains();
   }
   apdSettingsLoaded = true;
   return true;
+}
+
+bool RunHistory::IsLocationMapMine() const { return locationMapping != 0 && locationMapping == mappings; }
+
+DCMSettingsFacts& RunHistory::FactsOf(const DiBlock& diblock, const DCM& dcm) {
+  settingsFacts.resize(diBlocks.size());
+  auto& facts = settingsFacts[static_cast<std::size_t>(&diblock - diBlocks.data())];
+  facts.resize(diblock.dcms.size());
+  return facts[static_cast<std::size_t>(&dcm - diblock.dcms.data())];
 }
 
 /// Brings the gains of gLocToFA to the boards at its locations.
@@ -94,7 +121,7 @@ void RunHistory::StoreMappedGains() {
         outside.Add(Described(location));
         continue;
       }
-      if (feb->isInstalled) { StoreGains(*feb, hardware.second, location); }
+      if (feb->isInstalled) { StoreGains(*feb, FactsOf(diblock, *dcm), hardware.second, location); }
     }
   }
 }

@@ -85,6 +85,8 @@ void RunHistory::InvalidateCaches() {
   nInstrumentedFEBs = 0;
   customDiBlockMask = 0;
   diBlocks.clear();
+  settingsFacts.clear();
+  locationMapping = 0;
 }
 
 }  // namespace brio::dbi

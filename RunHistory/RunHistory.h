@@ -11,6 +11,7 @@
 #include "RunHistory/DQSubrunInfo.h"
 #include "RunHistory/DetInfo.h"
 #include "RunHistory/HardwareRecords.h"
+#include "RunHistory/SettingsFacts.h"
 #include "database/PerformPGQuery.h"
 #include "database/Table.h"
 #include "database/Util.h"
@@ -274,6 +275,10 @@ public:
   int NTotalChannels() const { return nTotalChannels; }
   int NEnabledFEBs() const { return nEnabledFEBs; }
   int NInstrumentedFEBs() const { return nInstrumentedFEBs; }
+  /// Which settings were recorded or measured; empty until LoadAPDSettings has read them.
+  const SettingsFacts& GetSettingsFacts() const { return settingsFacts; }
+  /// Whether gLocToFA still is what this object's settings were taken from.
+  bool IsLocationMapMine() const;
 
 private:
   friend struct RunHistoryTestPeer;
@@ -292,6 +297,7 @@ private:
   LocationMap PullFEBInfoFromDB(const APDsByModule& apds);
   void MapHardwareToLocation();
   void StoreMappedGains();
+  DCMSettingsFacts& FactsOf(const DiBlock& diblock, const DCM& dcm);
   unsigned int DAQChannelOf(const geo::OfflineChan& channel) const;
   const FEB* LiveFEB(const ChannelParts& channel, bool& ok);
   bool LoadForLiveFEB(const ChannelParts& channel);
@@ -348,6 +354,8 @@ private:
   std::vector<Subrun> subruns;
   std::vector<DQSubrunInfo> dqSubrunInfo;
   std::int64_t configId = 0;
+  SettingsFacts settingsFacts;
+  std::uint64_t locationMapping = 0;  // which of the process's mappings is this object's; 0 for none
 };
 
 /// Ascending by number, compared as signed 16-bit values.

@@ -1,0 +1,48 @@
+#include "arrays/Loading.h"
+
+#include <exception>
+
+#include "framework/exception.h"
+
+namespace brio::arrays {
+
+const Outcome& LoadedParts::UpTo(Depth depth) const {
+  if (depth == Depth::Run || !run.ok) { return run; }
+  if (depth == Depth::Hardware || !hardware.ok) { return hardware; }
+  return depth == Depth::Configuration || !configuration.ok ? configuration : settings;
+}
+
+Outcome TryTo(const std::function<bool()>& load) {
+  Outcome outcome;
+  try {
+    outcome.ok = load();
+    if (!outcome.ok) { outcome.reason = "it could not be loaded"; }
+  } catch (const cet::exception& error) { outcome.reason = error.message(); } catch (const std::bad_alloc&) {
+    throw;
+  } catch (const std::exception& error) { outcome.reason = error.what(); }
+  return outcome;
+}
+
+LoadedParts LoadParts(brio::dbi::RunHistory& history, Depth depth, const Attempt& attempt) {
+  LoadedParts parts;
+  parts.run = attempt([&] {
+    const bool found = history.LoadDAQRunHistory();
+    parts.isMissing = !found;
+    return found;
+  });
+  if (parts.isMissing) { parts.run.reason = "there is no such run"; }
+  if (depth == Depth::Run) { return parts; }
+  parts.hardware = parts.run.ok ? attempt([&] { return history.LoadHardwareInfo(); }) : parts.run;
+  if (depth == Depth::Hardware) { return parts; }
+  parts.configuration =
+      parts.hardware.ok ? attempt([&] { return history.LoadPixelInfo(0); }) : parts.hardware;
+  if (depth == Depth::Configuration) { return parts; }
+  parts.settings = parts.hardware.ok ? attempt([&] { return history.LoadAPDSettings(); }) : parts.hardware;
+  return parts;
+}
+
+bool IsHardwareRecorded(briodaq::cnv::DetId detector) {
+  return detector == briodaq::cnv::Alder || detector == briodaq::cnv::Birch;
+}
+
+}  // namespace brio::arrays
