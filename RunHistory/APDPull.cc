@@ -1,9 +1,9 @@
 #include <cstring>
-#include <iostream>
 
 #include "RunHistory/HardwareDate.h"
 #include "RunHistory/NumberText.h"
 #include "RunHistory/PixelGains.h"
+#include "RunHistory/ProgressOutput.h"
 #include "RunHistory/RunHistory.h"
 #include "RunHistory/RunTable.h"
 #include "database/Result.h"
@@ -70,7 +70,7 @@ APDsByModule ReadAPDs(const PGresult* rows, const GainsBySerial& gains) {
 
 /// APDs installed in the far detector at the run's start, by module; none for other detectors.
 APDsByModule RunHistory::PullAPDInfoFromDB() {
-  std::cout << "Pull APD Info from DB" << std::endl;
+  ProgressLine("Pull APD Info from DB");
   if (!DetInfo::DetNameOk(detectorName)) {
     throw cet::exception("RunHistory") << "Could not establish detector table connection";
   }

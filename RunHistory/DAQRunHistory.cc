@@ -3,6 +3,7 @@
 
 #include "RunHistory/ApplicationName.h"
 #include "RunHistory/OutsideRows.h"
+#include "RunHistory/ProgressOutput.h"
 #include "RunHistory/RunHistory.h"
 #include "RunHistory/RunTable.h"
 #include "database/LoadScope.h"
@@ -58,7 +59,7 @@ bool RunHistory::LoadDAQRunHistory() {
     return false;
   }
   if (IsSimulated()) {
-    std::cout << "Looks like a MC run number - assume perfect + any mask" << std::endl;
+    ProgressLine("Looks like a MC run number - assume perfect + any mask");
     isMC = true;
     BuildMC();
     return true;

@@ -1,5 +1,5 @@
-#include <iostream>
 
+#include "RunHistory/ProgressOutput.h"
 #include "RunHistory/RunHistory.h"
 #include "RunHistory/RunTable.h"
 #include "database/LoadScope.h"
@@ -36,7 +36,7 @@ bool RunHistory::LoadGoodDiBlockMask() {
   if (useCustomMask && detector == briodaq::cnv::Birch) {
     goodDiBlockMask = customDiBlockMask;
     goodDiBlockMaskLoaded = true;
-    std::cout << "RunHistory: Applying custom mask: " << DiBlockMaskToString(goodDiBlockMask) << std::endl;
+    ProgressLine("RunHistory: Applying custom mask: ", DiBlockMaskToString(goodDiBlockMask));
     return true;
   }
   if (IsSimulated()) {
@@ -60,26 +60,25 @@ bool RunHistory::LoadGoodDiBlockMask() {
   } else if (abortIfNoMask) {
     throw cet::exception("RunHistory") << "No mask found in DB!";
   } else {
-    WriteLine(std::cout,
-              "WARNING: RunHistory::LoadGoodDiBlockMask(): No good diblock mask info found for run ",
-              runNumber, ", so assuming all good diblocks");
+    ProgressLine("WARNING: RunHistory::LoadGoodDiBlockMask(): No good diblock mask info found for run ",
+                 runNumber, ", so assuming all good diblocks");
     goodDiBlockMask = kAllGoodWithoutMask;
   }
   if (applyAnalysisMask && detector == briodaq::cnv::Birch && found) {
     const int analysisMask = ApplyAnalysisDiBlockMask(goodDiBlockMask);
-    std::cout << "Applying analysis diblock masking: ";
+    const std::string before = DiBlockMaskToString(goodDiBlockMask);
     if (analysisMask == goodDiBlockMask) {
-      std::cout << "mask unchanged from " << DiBlockMaskToString(goodDiBlockMask) << std::endl;
+      ProgressLine("Applying analysis diblock masking: mask unchanged from ", before);
     } else {
-      std::cout << "mask modified from " << DiBlockMaskToString(goodDiBlockMask) << " to "
-                << DiBlockMaskToString(analysisMask) << std::endl;
+      ProgressLine("Applying analysis diblock masking: mask modified from ", before, " to ",
+                   DiBlockMaskToString(analysisMask));
     }
     goodDiBlockMask = analysisMask;
   }
   if (goodDiBlockMask == 0) {
-    WriteLine(std::cout, "WARNING: entire detector masked off by analysis requirements!");
-    WriteLine(std::cout, "RunHistory::LoadGoodDiBlockMask(): No analyzable detector region found for run ",
-              runNumber);
+    ProgressLine("WARNING: entire detector masked off by analysis requirements!");
+    ProgressLine("RunHistory::LoadGoodDiBlockMask(): No analyzable detector region found for run ",
+                 runNumber);
   }
   goodDiBlockMaskLoaded = true;
   return true;

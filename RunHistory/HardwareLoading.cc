@@ -6,6 +6,7 @@
 #include "RunHistory/ChannelLookup.h"
 #include "RunHistory/NumberText.h"
 #include "RunHistory/OutsideRows.h"
+#include "RunHistory/ProgressOutput.h"
 #include "RunHistory/RunHistory.h"
 #include "RunHistory/RunTable.h"
 #include "database/LoadScope.h"
@@ -113,7 +114,7 @@ bool RunHistory::LoadHardwareInfo() {
   const LoadScope scope;
   if (!LoadDAQRunHistory()) { return false; }
   if (hardwareLoaded) { return true; }  // a simulated run was built with its hardware
-  std::cout << "RunHistory: Loading FEB and APD installation information" << std::endl;
+  ProgressLine("RunHistory: Loading FEB and APD installation information");
   const int detector = DetInfo::GetId(detectorName);
   if (!DetInfo::DetNameOk(detectorName)) { return false; }
   const auto table = OpenHardwareDatabase(detectorName, timeQueries);

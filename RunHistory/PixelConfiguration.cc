@@ -7,6 +7,7 @@
 #include "RunHistory/ChannelLookup.h"
 #include "RunHistory/DAQEnvironment.h"
 #include "RunHistory/Pause.h"
+#include "RunHistory/ProgressOutput.h"
 #include "RunHistory/RunHistory.h"
 #include "database/LoadScope.h"
 #include "experiment/daqconfig/PixelEnableMasks.h"
@@ -77,11 +78,11 @@ bool RunHistory::LoadPixelInfoOnce(int tryNumber, bool& tryAgain) {
   nEnabledFEBs = 0;
   SetDAQEnvironment(detectorName);
   const auto names = ActiveDCMNames();
-  std::cout << "RunHistory: loading pixel enable masks" << std::endl;
+  ProgressLine("RunHistory: loading pixel enable masks");
   const dbutils::daqconfig::PixelEnableMasks masks(configId, names);
-  std::cout << "RunHistory: loading pixel thresholds" << std::endl;
+  ProgressLine("RunHistory: loading pixel thresholds");
   const dbutils::daqconfig::PixelThresholds thresholds(configId, names);
-  std::cout << "done!" << std::endl;
+  ProgressLine("done!");
   if (!masks.hasValidData() || !thresholds.hasValidData()) {
     std::cerr << "RunHistory::LoadPixelInfo failed to get valid data" << std::endl;
     tryAgain = maxLoadRetries > 0;

@@ -26,7 +26,7 @@ std::size_t IndexOf(const RunHistory& history, const geo::OfflineChan& channel) 
 /// What the channel's board has; nothing, after loading all the same, for a channel that there is not.
 template <class T, class Name>
 std::optional<T> OfBoard(RunHistory& history, const Name& name, Value<T> Board::*member) {
-  const LoadedParts parts = LoadParts(history, Depth::Settings, Run);
+  const LoadedParts parts = LoadRun(history, Depth::Settings, Run);
   const std::size_t index = IndexOf(history, name);
   if (index == kNowhere) { return std::nullopt; }
   return Known(MakeBoard(history, parts, BoardsOf(history.GetDetectorId())[index / kPixels]).*member);
@@ -35,7 +35,7 @@ std::optional<T> OfBoard(RunHistory& history, const Name& name, Value<T> Board::
 /// The same of the channel itself.
 template <class Name>
 std::optional<Channel> At(RunHistory& history, const Name& name, Depth depth) {
-  const LoadedParts parts = LoadParts(history, depth, Run);
+  const LoadedParts parts = LoadRun(history, depth, Run);
   const std::size_t index = IndexOf(history, name);
   if (index == kNowhere) { return std::nullopt; }
   return MakeChannel(history, parts, ChannelsOf(history.GetDetectorId())[index]);

@@ -47,7 +47,7 @@ struct Boards {
   std::string Why(Status status) const;
 };
 
-/// Reads the boards off a run that was loaded (LoadParts) as deep as is wanted. What was not loaded has the
+/// Reads the boards off a run that was loaded (LoadRun) as deep as is wanted. What was not loaded has the
 /// status that says so.
 Boards MakeBoards(brio::dbi::RunHistory& history, const LoadedParts& parts);
 

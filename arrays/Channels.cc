@@ -120,4 +120,16 @@ Channel MakeChannel(brio::dbi::RunHistory& history, const LoadedParts& parts, co
   return ChannelReader(board, parts).Read(place);
 }
 
+std::optional<float> MeasuredGainOf(const brio::dbi::RunHistory& history, const ChannelPlace& place) {
+  if (!history.IsLocationMapMine()) { return std::nullopt; }
+  const auto& map = brio::dbi::gLocToFA;
+  const auto found = map.find({history.GetDetectorId(), place.diblock, place.dcm, place.port});
+  if (found == map.end()) { return std::nullopt; }
+  const auto& apd = found->second.second;
+  if (!IsBitSet(apd.measuredPixels, place.pixel) || place.pixel >= apd.pixelGains.size()) {
+    return std::nullopt;
+  }
+  return apd.pixelGains[place.pixel];
+}
+
 }  // namespace brio::arrays

@@ -47,11 +47,15 @@ struct Channels {
   const Channel* Find(unsigned int plane, unsigned int cell) const;
 };
 
-/// Reads the channels off a run that was loaded (LoadParts) as deep as is wanted. Nothing is allocated for
+/// Reads the channels off a run that was loaded (LoadRun) as deep as is wanted. Nothing is allocated for
 /// each.
 Channels MakeChannels(brio::dbi::RunHistory& history, const LoadedParts& parts);
 
 /// The same of a single channel of the run's detector.
 Channel MakeChannel(brio::dbi::RunHistory& history, const LoadedParts& parts, const ChannelPlace& place);
+
+/// The gain that was measured of a channel of the far detector, whatever the run uses; nothing when none was,
+/// or when another run's hardware was loaded since.
+std::optional<float> MeasuredGainOf(const brio::dbi::RunHistory& history, const ChannelPlace& place);
 
 }  // namespace brio::arrays

@@ -1,10 +1,33 @@
 #include "arrays/Loading.h"
 
 #include <exception>
+#include <new>
+#include <stdexcept>
 
 #include "framework/exception.h"
 
 namespace brio::arrays {
+namespace {
+
+/// Names the table in which a loader met a DCM name that it could not cut.
+bool LoadFrom(const char* table, const std::function<bool()>& load) {
+  try {
+    return load();
+  } catch (const std::out_of_range&) {
+    throw std::runtime_error(std::string("the ") + table +
+                             " table has a DCM whose name is too short to hold its numbers");
+  }
+}
+
+}  // namespace
+
+bool LoadRunRecord(brio::dbi::RunHistory& history) {
+  return LoadFrom("resources", [&] { return history.LoadDAQRunHistory(); });
+}
+
+bool LoadHardware(brio::dbi::RunHistory& history) {
+  return LoadFrom("hardware_position", [&] { return history.LoadHardwareInfo(); });
+}
 
 const Outcome& LoadedParts::UpTo(Depth depth) const {
   if (depth == Depth::Run || !run.ok) { return run; }
@@ -23,16 +46,16 @@ Outcome TryTo(const std::function<bool()>& load) {
   return outcome;
 }
 
-LoadedParts LoadParts(brio::dbi::RunHistory& history, Depth depth, const Attempt& attempt) {
+LoadedParts LoadRun(brio::dbi::RunHistory& history, Depth depth, const Attempt& attempt) {
   LoadedParts parts;
   parts.run = attempt([&] {
-    const bool found = history.LoadDAQRunHistory();
+    const bool found = LoadRunRecord(history);
     parts.isMissing = !found;
     return found;
   });
   if (parts.isMissing) { parts.run.reason = "there is no such run"; }
   if (depth == Depth::Run) { return parts; }
-  parts.hardware = parts.run.ok ? attempt([&] { return history.LoadHardwareInfo(); }) : parts.run;
+  parts.hardware = parts.run.ok ? attempt([&] { return LoadHardware(history); }) : parts.run;
   if (depth == Depth::Hardware) { return parts; }
   parts.configuration =
       parts.hardware.ok ? attempt([&] { return history.LoadPixelInfo(0); }) : parts.hardware;

@@ -38,6 +38,12 @@ struct LoadedParts {
   const Outcome& UpTo(Depth depth) const;
 };
 
+/// The library's loaders of the run record and, after it, of the hardware.
+/// \throws std::runtime_error that names the table, for a DCM whose name is missing or too short to cut;
+/// else what they throw
+bool LoadRunRecord(brio::dbi::RunHistory& history);
+bool LoadHardware(brio::dbi::RunHistory& history);
+
 /// Runs one loader of the library and tells how that went.
 using Attempt = std::function<Outcome(const std::function<bool()>& load)>;
 
@@ -46,7 +52,7 @@ Outcome TryTo(const std::function<bool()>& load);
 
 /// Loads a run up to some depth, and tells of each part how that went. Parts whose prerequisites could not be
 /// loaded are not tried, and carry the same reason. What was loaded before is not loaded again.
-LoadedParts LoadParts(brio::dbi::RunHistory& history, Depth depth, const Attempt& attempt = TryTo);
+LoadedParts LoadRun(brio::dbi::RunHistory& history, Depth depth, const Attempt& attempt = TryTo);
 
 /// Whether it is recorded what is installed in a detector: for the near and the far one.
 bool IsHardwareRecorded(briodaq::cnv::DetId detector);

@@ -21,7 +21,7 @@ struct ArraysOfRun {
     const CapturedMessages messages("error");
     const CapturedOutput output;
     run.SetUseGoodDiBlockMask(useMask);
-    parts = arrays::LoadParts(run, arrays::Depth::Settings);
+    parts = arrays::LoadRun(run, arrays::Depth::Settings);
     boards = arrays::MakeBoards(run, parts);
     channels = arrays::MakeChannels(run, parts);
   }

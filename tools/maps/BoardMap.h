@@ -1,8 +1,10 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "arrays/Boards.h"
 #include "tools/shared/Loading.h"
 
 namespace brio::tools {
@@ -24,23 +26,17 @@ const std::vector<QuantityInfo>& Quantities();
 /// \throws std::out_of_range for a name that no quantity has
 const QuantityInfo& QuantityNamed(const std::string& name);
 
-enum class BoardState {
-  Absent,        ///< the board's DCM took no part in the run, or its diblock is masked
-  NotInstalled,  ///< nothing is installed on the port
-  NotEnabled,    ///< installed, but not enabled by the DAQ configuration
-  NoValue,       ///< installed and enabled, but the value was never recorded or is no finite number
-  Good           ///< installed, enabled where that counts, and the value is there
-};
+/// A status's name in tables and legends: "good" for a value that is known.
+const char* StateName(arrays::Status status);
 
-/// The state's name in tables and legends.
-const char* NameOf(BoardState state);
+/// One board, with one quantity of it.
+struct MapBoard {
+  arrays::BoardPlace place;
+  arrays::Status status = arrays::Status::RunNotLoaded;
+  double value = 0;                ///< only when the status is Known, or Replaced; 1 for yes
+  std::optional<double> measured;  ///< what was measured, where the status is Replaced or LeftOut
 
-struct Board {
-  int diblock = 0;
-  int dcm = 0;
-  int port = 0;
-  BoardState state = BoardState::Absent;
-  double value = 0;  ///< only when the state is Good; 1 for yes
+  bool IsGood() const { return status == arrays::Status::Known; }
 };
 
 /// All the places that a detector has for boards, by diblock, DCM, port, with what a run says of each.
@@ -48,15 +44,18 @@ struct BoardMap {
   QuantityInfo quantity{};
   std::string detector;
   int run = 0;
-  std::vector<Board> boards;
+  std::vector<MapBoard> boards;
 
   bool IsYesNo() const {
     return quantity.quantity == Quantity::Installed || quantity.quantity == Quantity::Enabled;
   }
-  int Count(BoardState state) const;
+  int Count(arrays::Status status) const;
 };
 
-/// Reads the map off a run record that was loaded as deep as the quantity needs.
-BoardMap MakeBoardMap(brio::dbi::RunHistory& history, const QuantityInfo& quantity);
+/// Why boards of a map have no value of their own, each reason that occurs once: what stands out last.
+std::vector<arrays::Status> StatusesOf(const BoardMap& map);
+
+/// Takes one quantity of a run's boards.
+BoardMap MakeBoardMap(const arrays::Boards& boards, const QuantityInfo& quantity);
 
 }  // namespace brio::tools

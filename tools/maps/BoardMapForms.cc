@@ -1,27 +1,23 @@
 #include "tools/maps/BoardMapForms.h"
 
-#include "RunHistory/DetInfo.h"
-#include "experiment/DAQChannelMap.h"
+#include "arrays/Records.h"
 
 namespace brio::tools {
 namespace {
 
-constexpr unsigned int kPixels = 32;
-
-/// The plane and the module in it that a board reads out.
-struct Module {
-  unsigned int plane;
-  unsigned int module;
-};
-
-Module ModuleOf(const BoardMap& map, const Board& board) {
-  const int detector = briodaq::cnv::DetInfo::GetId(map.detector);
-  const auto& channels = *daqchannelmap::DAQChannelMap::getInstance(detector);
-  const auto logical = channels.getLogicalChannel(
-      channels.encodeDChan(detector, static_cast<unsigned int>(board.diblock),
-                           static_cast<unsigned int>(board.dcm), static_cast<unsigned int>(board.port), 0));
-  return {channels.getPlane(logical), channels.getCell(logical) / kPixels};
+/// The shortest text that reads back as the value, as which the databases hold it.
+std::string Shown(const BoardMap& map, double value) {
+  return map.quantity.quantity == Quantity::Threshold ? arrays::Shortest(value)
+                                                      : arrays::Shortest(static_cast<float>(value));
 }
+
+/// That text as a number.
+Json ShownValue(const BoardMap& map, double value) {
+  if (map.quantity.quantity == Quantity::Voltage) { return static_cast<long long>(value); }
+  return map.quantity.quantity == Quantity::Threshold ? value : ShortestValue(static_cast<float>(value));
+}
+
+bool HasValue(const MapBoard& board) { return board.IsGood() || board.status == arrays::Status::Replaced; }
 
 }  // namespace
 
@@ -51,8 +47,9 @@ std::string ValueText(const BoardMap& map, double value) {
 std::vector<DCMRow> RowsOf(const BoardMap& map) {
   std::vector<DCMRow> rows;
   for (const auto& board : map.boards) {
-    if (rows.empty() || rows.back().diblock != board.diblock || rows.back().dcm != board.dcm) {
-      rows.push_back({board.diblock, board.dcm, &board, &board});
+    const auto& place = board.place;
+    if (rows.empty() || rows.back().diblock != place.diblock || rows.back().dcm != place.dcm) {
+      rows.push_back({place.diblock, place.dcm, &board, &board});
     }
     ++rows.back().end;
   }
@@ -60,20 +57,23 @@ std::vector<DCMRow> RowsOf(const BoardMap& map) {
 }
 
 std::string CsvForm(const BoardMap& map) {
-  std::string text = "diblock,dcm,port,plane,module,state," + std::string(map.quantity.name) + '\n';
+  const bool isGain = map.quantity.quantity == Quantity::Gain;
+  std::string text = "diblock,dcm,port,plane,module,state," + std::string(map.quantity.name) +
+                     (isGain ? ",measured" : "") + '\n';
   for (const auto& board : map.boards) {
-    const Module module = ModuleOf(map, board);
-    for (const auto number : {board.diblock, board.dcm, board.port, static_cast<int>(module.plane),
-                              static_cast<int>(module.module)}) {
+    const auto& place = board.place;
+    for (const int number :
+         {int{place.diblock}, int{place.dcm}, int{place.port}, int{place.plane}, int{place.module}}) {
       text += std::to_string(number) + ',';
     }
-    text += NameOf(board.state);
+    text += StateName(board.status);
     text += ',';
-    if (board.state == BoardState::Good) {
-      text += JsonText(board.value);
-    } else if (map.IsYesNo()) {
-      text += '0';
+    if (map.IsYesNo()) {
+      text += board.IsGood() ? '1' : '0';
+    } else if (HasValue(board)) {
+      text += Shown(map, board.value);
     }
+    if (isGain) { text += board.measured ? ',' + Shown(map, *board.measured) : ","; }
     text += '\n';
   }
   return text;
@@ -82,20 +82,21 @@ std::string CsvForm(const BoardMap& map) {
 Json JsonForm(const BoardMap& map) {
   Json boards = Json::array();
   for (const auto& board : map.boards) {
-    const Module module = ModuleOf(map, board);
+    const auto& place = board.place;
     Json value;
     if (map.IsYesNo()) {
-      value = board.state == BoardState::Good;
-    } else if (board.state == BoardState::Good) {
-      value = board.value;
+      value = board.IsGood();
+    } else if (HasValue(board)) {
+      value = ShownValue(map, board.value);
     }
-    boards.push_back({{"diblock", board.diblock},
-                      {"dcm", board.dcm},
-                      {"port", board.port},
-                      {"plane", module.plane},
-                      {"module", module.module},
-                      {"state", NameOf(board.state)},
+    boards.push_back({{"diblock", place.diblock},
+                      {"dcm", place.dcm},
+                      {"port", place.port},
+                      {"plane", place.plane},
+                      {"module", place.module},
+                      {"state", StateName(board.status)},
                       {"value", std::move(value)}});
+    if (board.measured) { boards.back()["measured"] = ShownValue(map, *board.measured); }
   }
   return {{"detector", map.detector},
           {"run", map.run},

@@ -14,7 +14,7 @@ std::string TextForm(const BoardMap& map, bool colored);
 std::string SvgForm(const BoardMap& map);
 
 /// One line a board, with where it is read out and the plane and module that it reads. The value is empty
-/// where there is none.
+/// where there is none. A map of gains has a column more: the mean that was measured, where another is used.
 std::string CsvForm(const BoardMap& map);
 /// The same as an object with a list of boards.
 Json JsonForm(const BoardMap& map);
@@ -32,8 +32,8 @@ std::string ValueText(const BoardMap& map, double value);
 struct DCMRow {
   int diblock;
   int dcm;
-  const Board* begin;
-  const Board* end;
+  const MapBoard* begin;
+  const MapBoard* end;
 };
 std::vector<DCMRow> RowsOf(const BoardMap& map);
 

@@ -7,6 +7,8 @@
 namespace brio::tools {
 namespace {
 
+using arrays::Status;
+
 // Lengths are in the picture's own unit, a point at its natural size.
 constexpr double kCellWidth = 5;
 constexpr double kCellHeight = 9;
@@ -54,19 +56,26 @@ std::string Rectangle(double x, double y, double width, double height, const std
 }
 
 /// How a state without a value is filled: by patterns that differ without their colour.
-const char* FillOf(BoardState state) {
-  switch (state) {
-    case BoardState::Absent: return "#e4e4e4";
-    case BoardState::NotInstalled: return "#ffffff";
-    case BoardState::NotEnabled: return "url(#not-enabled)";
-    case BoardState::NoValue: return "url(#no-value)";
-    default: return kYesColor;
+const char* FillOf(Status status) {
+  switch (status) {
+    case Status::Known: return kYesColor;
+    case Status::NotInRun: return "#e4e4e4";
+    case Status::Masked: return "#aab4c4";
+    case Status::NotInstalled: return "#ffffff";
+    case Status::NotEnabled: return "url(#not-enabled)";
+    case Status::Replaced: return "url(#replaced)";
+    case Status::NeverMeasured: return "url(#never-measured)";
+    case Status::LeftOut: return "url(#left-out)";
+    default: return "url(#no-value)";
   }
 }
 
 constexpr const char* kPatterns = R"svg(<defs>
 <pattern id="not-enabled" width="3" height="3" patternUnits="userSpaceOnUse" patternTransform="rotate(45)"><rect width="3" height="3" fill="#ffffff"/><rect width="1.6" height="3" fill="#c8360a"/></pattern>
 <pattern id="no-value" width="3" height="3" patternUnits="userSpaceOnUse"><rect width="3" height="3" fill="#ffffff"/><rect width="3" height="1.4" fill="#000000"/></pattern>
+<pattern id="replaced" width="3" height="3" patternUnits="userSpaceOnUse"><rect width="3" height="3" fill="#ffffff"/><rect width="1.6" height="3" fill="#8a0f8a"/></pattern>
+<pattern id="never-measured" width="4" height="4" patternUnits="userSpaceOnUse"><rect width="4" height="4" fill="#ffffff"/><circle cx="2" cy="2" r="1.1" fill="#000000"/></pattern>
+<pattern id="left-out" width="4" height="4" patternUnits="userSpaceOnUse"><rect width="4" height="4" fill="#ffffff"/><path d="M0 0L4 4M4 0L0 4" stroke="#000000" stroke-width="0.8"/></pattern>
 </defs>
 )svg";
 
@@ -117,25 +126,27 @@ std::string Axes(const Layout& layout, int diblock, int dcms) {
   return axes;
 }
 
-std::string Cell(const Layout& layout, const BoardMap& map, const ColorScale& scale, const Board& board) {
-  const bool good = board.state == BoardState::Good;
-  const std::string fill = good && !map.IsYesNo() ? scale.Color(board.value) : FillOf(board.state);
-  std::string what = "diblock " + std::to_string(board.diblock) + ", DCM " + std::to_string(board.dcm) +
-                     ", port " + std::to_string(board.port) + ": ";
+std::string Cell(const Layout& layout, const BoardMap& map, const ColorScale& scale, const MapBoard& board) {
+  const auto& place = board.place;
+  const bool good = board.IsGood();
+  const std::string fill = good && !map.IsYesNo() ? scale.Color(board.value) : FillOf(board.status);
+  std::string what = "diblock " + std::to_string(place.diblock) + ", DCM " + std::to_string(place.dcm) +
+                     ", port " + std::to_string(place.port) + ": ";
   if (!good) {
-    what += NameOf(board.state);
+    what += StateName(board.status);
+    if (board.measured) { what += ", measured " + ValueText(map, *board.measured) + UnitSuffix(map); }
   } else if (map.IsYesNo()) {
     what += map.quantity.name;
   } else {
     what += ValueText(map, board.value) + UnitSuffix(map);
   }
   const bool isOutside = good && !map.IsYesNo() && !scale.Contains(board.value);
-  const bool isEmpty = board.state == BoardState::NotInstalled;
+  const bool isEmpty = board.status == Status::NotInstalled;
   const std::string outline = isOutside ? " stroke=\"#000000\" stroke-width=\"0.9\""
                               : isEmpty ? " stroke=\"#444444\" stroke-width=\"0.5\""
                                         : "";
-  return Rectangle(layout.X(board.diblock) + board.port * kCellWidth,
-                   layout.Y(board.diblock) + (board.dcm - 1) * kCellHeight, kCellWidth, kCellHeight,
+  return Rectangle(layout.X(place.diblock) + place.port * kCellWidth,
+                   layout.Y(place.diblock) + (place.dcm - 1) * kCellHeight, kCellWidth, kCellHeight,
                    "class=\"board\" fill=\"" + fill + "\"" + outline, "<title>" + Escaped(what) + "</title>");
 }
 
@@ -157,8 +168,8 @@ std::string ScaleBar(double y, const BoardMap& map, const ColorScale& scale) {
   }
   bar += Text(kLeft + kScaleWidth / 2, y + 36, 10, "middle", TitledUnit(map));
   const auto beyond = [&](auto test) {
-    return std::to_string(std::count_if(map.boards.begin(), map.boards.end(), [&](const Board& board) {
-      return board.state == BoardState::Good && test(board.value);
+    return std::to_string(std::count_if(map.boards.begin(), map.boards.end(), [&](const MapBoard& board) {
+      return board.IsGood() && test(board.value);
     }));
   };
   bar += Text(kLeft + kScaleWidth / 2, y + 49, kSmall, "middle",
@@ -173,11 +184,10 @@ std::string Legend(const Layout& layout, const BoardMap& map, const ColorScale& 
   if (!map.IsYesNo()) { legend += ScaleBar(top, map, scale); }
   const double x = map.IsYesNo() ? kLeft : kLeft + kScaleWidth + 60;
   double y = top;
-  for (const auto state : {BoardState::Good, BoardState::NotInstalled, BoardState::NotEnabled,
-                           BoardState::NoValue, BoardState::Absent}) {
-    const bool explained = state == BoardState::Good && !map.IsYesNo();
-    if (explained || map.Count(state) == 0) { continue; }
-    const std::string name = state == BoardState::Good ? map.quantity.name : NameOf(state);
+  auto statuses = StatusesOf(map);
+  if (map.IsYesNo() && map.Count(Status::Known) > 0) { statuses.insert(statuses.begin(), Status::Known); }
+  for (const auto state : statuses) {
+    const std::string name = state == Status::Known ? map.quantity.name : StateName(state);
     legend +=
         Rectangle(x, y, 15, kCellHeight,
                   std::string("stroke=\"#000000\" stroke-width=\"0.4\" fill=\"") + FillOf(state) + "\"");

@@ -7,6 +7,8 @@
 namespace brio::tools {
 namespace {
 
+using arrays::Status;
+
 constexpr int kSteps = 10;
 // Terminals of 256 colours: the steps of the scale, dark to light, and what stands out from them.
 constexpr std::array<int, kSteps> kStepColors{17, 18, 24, 31, 37, 72, 108, 149, 186, 228};
@@ -35,13 +37,18 @@ Cell StepCell(int step) {
   return {static_cast<char>('0' + step), step < kFirstLightStep ? kWhite : kBlack, kStepColors.at(index)};
 }
 
-Cell CellOf(const BoardMap& map, const ColorScale& scale, const Board& board) {
-  switch (board.state) {
-    case BoardState::Absent: return {};
-    case BoardState::NotInstalled: return {'.', -1, -1};
-    case BoardState::NotEnabled: return {'x', kBlack, kOutside};
-    case BoardState::NoValue: return {'?', kBlack, kOutside};
-    case BoardState::Good: break;
+Cell CellOf(const BoardMap& map, const ColorScale& scale, const MapBoard& board) {
+  switch (board.status) {
+    case Status::Known: break;
+    case Status::NotInRun: return {};
+    case Status::Masked: return {'-', -1, -1};
+    case Status::NotInstalled: return {'.', -1, -1};
+    case Status::NotEnabled: return {'x', kBlack, kOutside};
+    case Status::NeverMeasured: return {'u', kBlack, kOutside};
+    case Status::LeftOut: return {'o', kBlack, kOutside};
+    case Status::Replaced: return {'!', kBlack, kOutside};
+    case Status::NotFinite: return {'n', kBlack, kOutside};
+    default: return {'?', kBlack, kOutside};
   }
   if (map.IsYesNo()) { return {'#', kWhite, kStepColors[3]}; }
   if (board.value < scale.low) { return {'<', kWhite, kStepColors.front()}; }
@@ -89,7 +96,7 @@ std::string ScaleLegend(const BoardMap& map, const ColorScale& scale, bool color
   int below = 0;
   int above = 0;
   for (const auto& board : map.boards) {
-    if (board.state != BoardState::Good) { continue; }
+    if (!board.IsGood()) { continue; }
     if (board.value < scale.low) {
       ++below;
     } else if (board.value > scale.high) {
@@ -123,19 +130,14 @@ std::string ScaleLegend(const BoardMap& map, const ColorScale& scale, bool color
 std::string Legend(const BoardMap& map, const ColorScale& scale, bool colored) {
   std::string legend = "boards\n";
   if (map.IsYesNo()) {
-    legend +=
-        LegendLine({'#', kWhite, kStepColors[3]}, colored, map.quantity.name, map.Count(BoardState::Good));
+    legend += LegendLine({'#', kWhite, kStepColors[3]}, colored, map.quantity.name, map.Count(Status::Known));
   } else {
     legend += ScaleLegend(map, scale, colored);
   }
-  for (const auto state :
-       {BoardState::NotInstalled, BoardState::NotEnabled, BoardState::NoValue, BoardState::Absent}) {
-    const int count = map.Count(state);
-    if (count > 0) {
-      Board board;
-      board.state = state;
-      legend += LegendLine(CellOf(map, scale, board), colored, NameOf(state), count);
-    }
+  for (const auto status : StatusesOf(map)) {
+    MapBoard board;
+    board.status = status;
+    legend += LegendLine(CellOf(map, scale, board), colored, StateName(status), map.Count(status));
   }
   return legend;
 }
@@ -153,7 +155,7 @@ std::string TextForm(const BoardMap& map, bool colored) {
     }
     std::vector<Cell> cells;
     for (const auto* board = row.begin; board != row.end; ++board) {
-      cells.resize(static_cast<std::size_t>(board->port));  // ports are not always without gaps
+      cells.resize(static_cast<std::size_t>(board->place.port));  // ports are not always without gaps
       cells.push_back(CellOf(map, scale, *board));
     }
     std::string label = "    DCM " + std::to_string(row.dcm);

@@ -36,7 +36,7 @@ std::string ColorScale::Color(double value) const {
 ColorScale ScaleOf(const BoardMap& map) {
   std::vector<double> values;
   for (const auto& board : map.boards) {
-    if (board.state == BoardState::Good) { values.push_back(board.value); }
+    if (board.IsGood()) { values.push_back(board.value); }
   }
   if (values.empty()) { return {}; }
   std::sort(values.begin(), values.end());

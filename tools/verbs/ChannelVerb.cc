@@ -65,9 +65,11 @@ Json JsonOf(const ChannelFacts& facts) {
               {"plane", at.exists ? Json(at.plane) : Json()},
               {"cell", at.exists ? Json(at.cell) : Json()},
               {"good_diblock", facts.isGood}};
+  Json status = Json::object();
   Json why = Json::object();
   const auto add = [&](const char* key, const auto& fact) {
     object[key] = fact.value ? ValueOf(*fact.value) : Json();
+    status[key] = arrays::NameOf(fact.status);
     if (!fact.why.empty()) { why[key] = fact.why; }
   };
   add("installed", facts.installed);
@@ -78,6 +80,8 @@ Json JsonOf(const ChannelFacts& facts) {
   add("gain", facts.gain);
   add("voltage", facts.voltage);
   add("temperature", facts.temperature);
+  if (facts.measuredGain) { object["measured_gain"] = ShortestValue(*facts.measuredGain); }
+  object["status"] = std::move(status);
   if (!why.empty()) { object["why"] = std::move(why); }
   return object;
 }
@@ -118,18 +122,13 @@ public:
                                {{"detector", options_.detector}, {"run", options_.run}, {"channels", list_}})
                         << '\n';
     }
-    const Outcome& deepest = Deepest();
+    const Outcome& deepest = parts_.UpTo(Depth::Settings);
     if (deepest.IsClean()) { return status_; }
     SayUnavailable(history_, deepest.reason);
     return status_ == kAnswered ? kUnavailable : status_;
   }
 
 private:
-  const Outcome& Deepest() const {
-    const Outcome& configuration = parts_.UpTo(Depth::Configuration);
-    return configuration.ok ? parts_.settings : configuration;
-  }
-
   const Options& options_;
   RunHistory history_;
   bool isLoaded_ = false;

@@ -63,7 +63,7 @@ ExitStatus DrawMap(const MapOptions& mapOptions, const Options& options) {
     SayUnavailable(history, reason);
     return kUnavailable;
   }
-  const BoardMap map = MakeBoardMap(history, quantity);
+  const BoardMap map = MakeBoardMap(arrays::MakeBoards(history, parts), quantity);
   WriteTo(mapOptions.file, Form(map, mapOptions, options));
   if (outcome.IsClean()) { return kAnswered; }
   SayUnavailable(history, outcome.reason);
