@@ -57,6 +57,11 @@ Fact<T> FactOf(const T& value, Status status, const Reasons& reasons) {
   return {std::nullopt, status, reasons.Of(status)};
 }
 
+Fact<float> FactOf(float value, Status status, const Reasons& reasons) {
+  if (status == Status::NotFinite) { return {std::nullopt, status, "it is recorded as " + Shortest(value)}; }
+  return FactOf<float>(value, status, reasons);
+}
+
 template <class T>
 Fact<T> FactOf(const arrays::Value<T>& value, const Reasons& reasons) {
   return FactOf(value.value, value.status, reasons);

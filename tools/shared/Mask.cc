@@ -1,21 +1,45 @@
 #include "tools/shared/Mask.h"
 
+#include "database/LoadScope.h"
+#include "database/Table.h"
+
 namespace brio::tools {
 
 StoredMask LoadStoredMask(int run, const std::string& detector) {
-  brio::dbi::RunHistory history(run, detector);
-  history.SetUseGoodDiBlockMask(true);
-  history.SetAbortIfNoMask(true);
+  constexpr int kFirstRun = 10000;
+  constexpr int kLastRun = 999999;
   StoredMask stored;
-  stored.outcome = Attempt([&] { return history.LoadGoodDiBlockMask(); });
-  stored.mask = history.GetGoodDiBlockMask();
+  if (briodaq::cnv::DetInfo::GetId(detector) == briodaq::cnv::Alder) {
+    stored.outcome.reason = "the near detector has no mask";
+    return stored;
+  }
+  if (run < kFirstRun || run > kLastRun) {
+    stored.outcome.reason = "a simulated run has no mask";
+    return stored;
+  }
+  // Read as the library reads it, which takes a mask that is NULL, or no number, for one of no good diblock.
+  const brio::dbi::LoadScope scope;
+  brio::dbi::Table table("RunHistory/tables/GoodDiBlocksVsRun.xml");
+  table.SetDetector(detector);
+  table.SetValidityRange<int>("run", run);
+  table.AddOrderColumn("inserttime");
+  table.SetOrderDesc();
+  bool isThere = false;
+  bool isNumber = false;
+  stored.outcome = Attempt([&] {
+    if (!table.Load()) { return false; }
+    isThere = table.NRow() > 0;
+    isNumber = isThere && table.GetRow(0)->Col(table.GetColIndex("dbmask")).Get(stored.mask);
+    return true;
+  });
   if (!stored.outcome.ok) { return stored; }
-  // The library stops using the mask where there is none to use; then any diblock is good.
-  constexpr int kNoDiBlock = 0;
-  if (history.IsGoodDiBlock(kNoDiBlock)) {
-    const bool isNear = history.GetDetectorId() == briodaq::cnv::Alder;
-    stored.outcome.ok = false;
-    stored.outcome.reason = isNear ? "the near detector has no mask" : "a simulated run has no mask";
+  stored.outcome.ok = isNumber;
+  if (!isThere) {
+    stored.outcome.reason = "No mask found in DB!";
+  } else if (!isNumber) {
+    const bool isNull = table.GetRow(0)->Col(table.GetColIndex("dbmask")).Text() == nullptr;
+    stored.outcome.reason = std::string("the newest mask is ") + (isNull ? "NULL" : "no number") +
+                            ", which leaves every diblock out where the mask is used";
   }
   return stored;
 }

@@ -10,8 +10,6 @@
 namespace brio::tools {
 namespace {
 
-using brio::dbi::RunHistory;
-
 struct DiffOptions {
   int before = 0;
   int after = 0;
@@ -58,6 +56,11 @@ std::string TextOf(const RunDifference& difference, const std::string& detector,
   WriteSet(text, "DCMs", difference.dcms, options);
   WriteSet(text, "event builders", difference.eventBuilders, options);
   WriteSet(text, "installed", difference.installed, options);
+  if (!difference.notCompared.empty()) {
+    text << "  enabled         not compared: " << difference.notCompared << '\n'
+         << "  thresholds      not compared: " << difference.notCompared << '\n';
+    return text.str();
+  }
   WriteSet(text, "enabled", difference.enabled, options);
   text << "  thresholds      " << difference.thresholds.size() << " of " << difference.comparedThresholds
        << " differ\n";
@@ -65,6 +68,19 @@ std::string TextOf(const RunDifference& difference, const std::string& detector,
     for (const auto& changed : difference.thresholds) {
       text << "    " << changed.diblock << '/' << changed.dcm << '/' << changed.port << '/' << changed.pixel
            << ": " << changed.before << " -> " << changed.after << '\n';
+    }
+  }
+  for (const auto& quantity : difference.quantities) {
+    std::string label = std::string("  ") + quantity.name;
+    label.resize(18, ' ');
+    text << label << quantity.changed.size() << " of " << quantity.compared << " boards differ";
+    if (quantity.knownInOneOnly > 0) {
+      text << ", " << quantity.knownInOneOnly << " are known in one run only";
+    }
+    text << '\n';
+    if (!options.full) { continue; }
+    for (const auto& changed : quantity.changed) {
+      text << "    " << changed.board << ": " << changed.before << " -> " << changed.after << '\n';
     }
   }
   return text.str();
@@ -85,10 +101,26 @@ Json JsonOf(const RunDifference& difference, const std::string& detector, const 
               {"facts", std::move(facts)},
               {"dcms", JsonOf(difference.dcms)},
               {"event_builders", JsonOf(difference.eventBuilders)},
-              {"installed", JsonOf(difference.installed)},
-              {"enabled", JsonOf(difference.enabled)},
-              {"thresholds_compared", difference.comparedThresholds},
-              {"thresholds_changed", difference.thresholds.size()}};
+              {"installed", JsonOf(difference.installed)}};
+  if (!difference.notCompared.empty()) {
+    object["not_compared"] = difference.notCompared;
+    return object;
+  }
+  object["enabled"] = JsonOf(difference.enabled);
+  object["thresholds_compared"] = difference.comparedThresholds;
+  object["thresholds_changed"] = difference.thresholds.size();
+  for (const auto& quantity : difference.quantities) {
+    Json& counts = object[quantity.key];
+    counts = {{"compared", quantity.compared},
+              {"changed", quantity.changed.size()},
+              {"known_in_one_only", quantity.knownInOneOnly}};
+    if (!options.full) { continue; }
+    counts["boards"] = Json::array();
+    for (const auto& changed : quantity.changed) {
+      counts["boards"].push_back(
+          {{"board", changed.board}, {"before", changed.before}, {"after", changed.after}});
+    }
+  }
   if (!options.full) { return object; }
   Json list = Json::array();
   for (const auto& changed : difference.thresholds) {
@@ -104,18 +136,18 @@ Json JsonOf(const RunDifference& difference, const std::string& detector, const 
 }
 
 /// What could not be loaded of a run, if anything; told to standard error.
-bool IsLoaded(RunHistory& history) {
-  const auto parts = LoadParts(history, Depth::Configuration);
-  const auto& deepest = parts.UpTo(Depth::Configuration);
-  if (!deepest.ok) { SayUnavailable(history, deepest.reason); }
+bool IsLoaded(ComparedRun& run) {
+  LoadForComparison(run);
+  const auto& deepest = run.parts.UpTo(Depth::Configuration);
+  if (!deepest.ok) { SayUnavailable(run.history, deepest.reason); }
   return deepest.ok;
 }
 
 ExitStatus Diff(const DiffOptions& diffOptions, const Options& options) {
-  RunHistory before(diffOptions.before, options.detector);
-  RunHistory after(diffOptions.after, options.detector);
-  ApplyTo(before, options);
-  ApplyTo(after, options);
+  ComparedRun before(diffOptions.before, options.detector);
+  ComparedRun after(diffOptions.after, options.detector);
+  ApplyTo(before.history, options);
+  ApplyTo(after.history, options);
   const bool hasBefore = IsLoaded(before);
   const bool hasAfter = IsLoaded(after);
   if (!hasBefore || !hasAfter) { return kUnavailable; }
@@ -125,7 +157,13 @@ ExitStatus Diff(const DiffOptions& diffOptions, const Options& options) {
   } else {
     console::Answer() << TextOf(difference, options.detector, diffOptions);
   }
-  return kAnswered;
+  bool areSettingsThere = true;
+  for (const auto* run : {&before, &after}) {
+    if (run->parts.settings.IsClean()) { continue; }
+    SayUnavailable(run->history, run->parts.settings.reason);
+    areSettingsThere = false;
+  }
+  return areSettingsThere ? kAnswered : kUnavailable;
 }
 
 }  // namespace

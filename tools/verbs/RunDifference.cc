@@ -1,19 +1,17 @@
 #include "tools/verbs/RunDifference.h"
 
 #include <algorithm>
-#include <array>
-#include <map>
+
+#include "arrays/Records.h"
+#include "database/LoadScope.h"
+#include "tools/shared/Format.h"
+#include "tools/shared/Mask.h"
 
 namespace brio::tools {
 namespace {
 
+using arrays::Status;
 using brio::dbi::RunHistory;
-using Location = std::array<unsigned int, 3>;
-using Boards = std::map<Location, const RunHistory::FEB*>;
-
-std::string Written(const Location& at) {
-  return std::to_string(at[0]) + "/" + std::to_string(at[1]) + "/" + std::to_string(at[2]);
-}
 
 template <class Visit>
 void ForEachActiveDCM(const RunHistory& history, const Visit& visit) {
@@ -40,20 +38,6 @@ std::vector<std::string> EventBuildersOf(const RunHistory& history) {
   return names;
 }
 
-/// Installed boards by location; for a simulated run every place has one.
-Boards InstalledBoardsOf(const RunHistory& history) {
-  Boards boards;
-  ForEachActiveDCM(history, [&](const RunHistory::DiBlock& diblock, const RunHistory::DCM& dcm) {
-    for (unsigned int port = 0; port < dcm.febs.size(); ++port) {
-      const auto& feb = dcm.febs[port];
-      if (feb.isInstalled || history.IsMC()) {
-        boards.insert(boards.end(), {{diblock.number, dcm.number, port}, &feb});
-      }
-    }
-  });
-  return boards;
-}
-
 ChangedSet Compared(const std::vector<std::string>& before, const std::vector<std::string>& after) {
   const auto missingFrom = [](const std::vector<std::string>& all, const std::vector<std::string>& some) {
     std::vector<std::string> sorted(some);
@@ -67,65 +51,155 @@ ChangedSet Compared(const std::vector<std::string>& before, const std::vector<st
   return {missingFrom(before, after), missingFrom(after, before)};
 }
 
-ChangedSet ComparedBoards(const Boards& before, const Boards& after) {
-  ChangedSet changed;
-  for (const auto& [at, feb] : before) {
-    if (after.count(at) == 0) { changed.onlyBefore.push_back(Written(at)); }
-  }
-  for (const auto& [at, feb] : after) {
-    if (before.count(at) == 0) { changed.onlyAfter.push_back(Written(at)); }
-  }
-  return changed;
+std::string Written(const arrays::BoardPlace& at) {
+  return std::to_string(at.diblock) + "/" + std::to_string(at.dcm) + "/" + std::to_string(at.port);
 }
 
-void CompareThresholds(const Location& at, const RunHistory::FEB& before, const RunHistory::FEB& after,
+bool IsYes(const arrays::Value<bool>& value) { return value.IsKnown() && value.value; }
+
+void CompareBoards(const arrays::Boards& before, const arrays::Boards& after, RunDifference& difference) {
+  for (std::size_t i = 0; i < before.boards.size(); ++i) {
+    const auto& a = before.boards[i];
+    const auto& b = after.boards[i];
+    const bool was = IsYes(a.installed);
+    const bool is = IsYes(b.installed);
+    if (was != is) {
+      (was ? difference.installed.onlyBefore : difference.installed.onlyAfter).push_back(Written(a.place));
+    }
+    if (!was || !is || !a.enabled.IsKnown() || !b.enabled.IsKnown()) { continue; }
+    if (a.enabled.value == b.enabled.value) { continue; }
+    (a.enabled.value ? difference.enabled.onlyBefore : difference.enabled.onlyAfter)
+        .push_back(Written(a.place));
+  }
+}
+
+void CompareThresholds(const arrays::Channels& before, const arrays::Channels& after,
                        RunDifference& difference) {
-  const auto pixels = static_cast<std::uint32_t>(before.pixelEnableMask & after.pixelEnableMask);
-  const auto count = std::min({before.thresholds.size(), after.thresholds.size(), std::size_t{32}});
-  for (unsigned int pixel = 0; pixel < count; ++pixel) {
-    if (((pixels >> pixel) & 1U) == 0) { continue; }
+  for (std::size_t i = 0; i < before.channels.size(); ++i) {
+    const auto& a = before.channels[i];
+    const auto& b = after.channels[i];
+    if (a.thresholdStatus != Status::Known || b.thresholdStatus != Status::Known) { continue; }
     ++difference.comparedThresholds;
-    if (before.thresholds[pixel] != after.thresholds[pixel]) {
-      difference.thresholds.push_back(
-          {at[0], at[1], at[2], pixel, before.thresholds[pixel], after.thresholds[pixel]});
-    }
+    if (a.threshold == b.threshold) { continue; }
+    const auto& at = a.place;
+    difference.thresholds.push_back({at.diblock, at.dcm, at.port, at.pixel, a.threshold, b.threshold});
   }
 }
 
-void CompareSettings(const Boards& before, const Boards& after, RunDifference& difference) {
-  for (const auto& [at, feb] : before) {
-    const auto found = after.find(at);
-    if (found == after.end()) { continue; }
-    const auto& other = *found->second;
-    if (feb->isEnabled && other.isEnabled) {
-      CompareThresholds(at, *feb, other, difference);
-    } else if (feb->isEnabled) {
-      difference.enabled.onlyBefore.push_back(Written(at));
-    } else if (other.isEnabled) {
-      difference.enabled.onlyAfter.push_back(Written(at));
+std::string Shown(int value) { return std::to_string(value); }
+std::string Shown(float value) { return arrays::Shortest(value); }
+std::string Shown(const std::string& value) { return value; }
+
+template <class T>
+ChangedQuantity Quantity(const char* name, const char* key, arrays::Value<T> arrays::Board::*member,
+                         const arrays::Boards& before, const arrays::Boards& after) {
+  ChangedQuantity quantity{name, key, 0, 0, {}};
+  for (std::size_t i = 0; i < before.boards.size(); ++i) {
+    const auto& a = before.boards[i].*member;
+    const auto& b = after.boards[i].*member;
+    if (a.IsKnown() && b.IsKnown()) {
+      ++quantity.compared;
+      if (a.value != b.value) {
+        quantity.changed.push_back({Written(before.boards[i].place), Shown(a.value), Shown(b.value)});
+      }
+    } else if (a.IsKnown() || b.IsKnown()) {
+      ++quantity.knownInOneOnly;
     }
   }
+  return quantity;
+}
+
+constexpr const char* kNotRecorded = "not recorded";
+
+std::string StartOf(brio::dbi::RunHistory& history) {
+  constexpr const char* kNoStart = "2010-01-01 00:00:00";  // what a run shows whose start was never recorded
+  const std::string start = history.TStartAsString();
+  return start == kNoStart ? kNotRecorded : start + " UTC";
+}
+
+std::string StopOf(brio::dbi::RunHistory& history) {
+  const std::string stop = history.TStopAsString();
+  return stop.empty() ? kNotRecorded : stop + " UTC";
+}
+
+std::string MaskOf(const brio::dbi::RunHistory& history) {
+  const auto stored = LoadStoredMask(history.GetRunNumber(), history.GetDetectorName());
+  return stored.outcome.ok ? history.DiBlockMaskToString(stored.mask) : "not known: " + stored.outcome.reason;
+}
+
+std::string POTOf(brio::dbi::RunHistory& history) {
+  if (history.IsMC()) { return "a simulated run has none"; }
+  const auto loaded = Attempt([&] { return history.LoadPOT(); });
+  return loaded.ok ? Shortest(history.GetTotalPOT()) : "not known: " + loaded.reason;
+}
+
+std::string QualityOf(brio::dbi::RunHistory& history) {
+  std::vector<brio::dbi::DQSubrunInfo> records;
+  const auto loaded = Attempt([&] {
+    records = history.GetDQSubrunInfo();
+    return true;
+  });
+  if (!loaded.IsClean()) { return "not known: " + loaded.reason; }
+  if (records.empty()) { return "no records"; }
+  const auto flagged =
+      std::count_if(records.begin(), records.end(), [](const auto& record) { return record.flag != 0; });
+  double rate = 0;
+  for (const auto& record : records) {
+    rate += static_cast<double>(record.miprate) / static_cast<double>(records.size());
+  }
+  return std::to_string(records.size()) + " subruns, " + std::to_string(flagged) +
+         " flagged, mean MIP rate " + Fixed(rate, 2);
 }
 
 }  // namespace
 
-RunDifference Compare(RunHistory& before, RunHistory& after) {
-  RunDifference difference;
-  const auto fact = [&](const char* name, const std::string& a, const std::string& b) {
-    if (a != b) { difference.facts.push_back({name, a, b}); }
+void LoadForComparison(ComparedRun& run) {
+  auto& history = run.history;
+  const brio::dbi::LoadScope oneSnapshot;
+  run.parts = LoadParts(history, Depth::Settings);
+  if (!run.parts.configuration.ok) { return; }
+  run.boards = arrays::MakeBoards(history, run.parts);
+  run.channels = arrays::MakeChannels(history, run.parts);
+  const auto add = [&run](const char* name, const std::string& value) {
+    run.facts.push_back({name, value, {}});
   };
-  const auto kind = [](const RunHistory& run) { return std::string(run.IsMC() ? "simulated" : "real"); };
-  fact("kind", kind(before), kind(after));
-  fact("type", before.GetRunType(), after.GetRunType());
-  fact("partition", std::to_string(before.GetPartition()), std::to_string(after.GetPartition()));
-  fact("configuration", std::to_string(before.GetConfigId()), std::to_string(after.GetConfigId()));
-  fact("active channels", std::to_string(before.NActiveChannels()), std::to_string(after.NActiveChannels()));
-  difference.dcms = Compared(DCMsOf(before), DCMsOf(after));
-  difference.eventBuilders = Compared(EventBuildersOf(before), EventBuildersOf(after));
-  const auto boardsBefore = InstalledBoardsOf(before);
-  const auto boardsAfter = InstalledBoardsOf(after);
-  difference.installed = ComparedBoards(boardsBefore, boardsAfter);
-  CompareSettings(boardsBefore, boardsAfter, difference);
+  add("kind", history.IsMC() ? "simulated" : "real");
+  add("started", StartOf(history));
+  add("stopped", StopOf(history));
+  add("type", history.GetRunType().empty() ? kNotRecorded : history.GetRunType());
+  // These two are what a run record holds when nothing was recorded.
+  add("partition", history.GetPartition() == -1 ? kNotRecorded : std::to_string(history.GetPartition()));
+  add("configuration", history.GetConfigId() == 0 ? kNotRecorded : std::to_string(history.GetConfigId()));
+  add("active channels", std::to_string(history.NActiveChannels()));
+  add("subruns", std::to_string(history.NSubruns()));
+  add("good diblocks", MaskOf(history));
+  add("POT", POTOf(history));
+  add("data quality", QualityOf(history));
+}
+
+RunDifference Compare(const ComparedRun& before, const ComparedRun& after) {
+  RunDifference difference;
+  for (std::size_t i = 0; i < before.facts.size(); ++i) {
+    const auto& a = before.facts[i];
+    const auto& b = after.facts[i];
+    if (a.before != b.before) { difference.facts.push_back({a.name, a.before, b.before}); }
+  }
+  difference.dcms = Compared(DCMsOf(before.history), DCMsOf(after.history));
+  difference.eventBuilders = Compared(EventBuildersOf(before.history), EventBuildersOf(after.history));
+  CompareBoards(before.boards, after.boards, difference);
+  if (before.history.IsMC() || after.history.IsMC()) {
+    difference.notCompared = "a simulated run has no DAQ configuration, no settings and no real hardware";
+    return difference;
+  }
+  CompareThresholds(before.channels, after.channels, difference);
+  using arrays::Board;
+  const auto& a = before.boards;
+  const auto& b = after.boards;
+  difference.quantities = {Quantity("FEB serials", "feb_serials", &Board::feb, a, b),
+                           Quantity("APD serials", "apd_serials", &Board::apd, a, b),
+                           Quantity("measured gains", "measured_gains", &Board::measuredGain, a, b),
+                           Quantity("voltages", "voltages", &Board::voltage, a, b),
+                           Quantity("temperatures", "temperatures", &Board::temperature, a, b)};
   return difference;
 }
 

@@ -2,6 +2,7 @@
 #include <ostream>
 #include <set>
 
+#include "arrays/Boards.h"
 #include "database/LoadScope.h"
 #include "tools/shared/Loading.h"
 #include "tools/shared/Mask.h"
@@ -26,6 +27,8 @@ public:
     text_ << "  " << label << std::string(16 - label.size(), ' ') << shown << '\n';
     object_[key] = value;
   }
+  /// A number that stands in the line before, in JSON.
+  void AddNumber(const char* key, int value) { object_[key] = value; }
   void AddUnknown(const std::string& label, const char* key, const std::string& reason) {
     Add(label, key, nullptr, reason == kNotRecorded ? reason : "not known: " + reason);
     object_["not_known"][key] = reason;
@@ -104,24 +107,48 @@ void AddRun(RunHistory& history, Screen& screen) {
   AddTopology(history, history.DiBlockMaskToString(static_cast<int>(mask)), screen);
 }
 
-void AddBoards(const RunHistory& history, const LoadedParts& parts, Screen& screen) {
+/// Boards by the places that the detector has for them, as maps and differences count them.
+struct BoardCounts {
+  int places = 0;  ///< of DCMs that took part
+  int installed = 0;
+  int enabled = 0;           ///< by the DAQ configuration, which counts ports without a place too
+  int enabledInstalled = 0;  ///< of those that are installed
+};
+
+BoardCounts CountBoards(RunHistory& history, const LoadedParts& parts) {
+  BoardCounts counts;
+  for (const auto& board : arrays::MakeBoards(history, parts).boards) {
+    if (board.presence != arrays::Status::Known) { continue; }
+    ++counts.places;
+    if (!board.installed.IsKnown() || !board.installed.value) { continue; }
+    ++counts.installed;
+    if (board.enabled.IsKnown() && board.enabled.value) { ++counts.enabledInstalled; }
+  }
+  counts.enabled = history.NEnabledFEBs();
+  return counts;
+}
+
+void AddBoards(RunHistory& history, const LoadedParts& parts, Screen& screen) {
+  const BoardCounts counts = CountBoards(history, parts);
   const bool hasHardware = history.IsMC() || IsHardwareRecorded(history.GetDetectorId());
   if (parts.hardware.ok && !hasHardware) {
     screen.AddUnknown("installed", "boards_installed", "no hardware is recorded for this detector");
   } else if (parts.hardware.ok) {
-    int installed = 0;
-    for (const auto& diblock : history.GetDiBlocks()) {
-      installed += diblock.nInstrumentedFEBs;
-    }
-    screen.Add("installed", "boards_installed", installed, std::to_string(installed) + " boards");
+    screen.Add("installed", "boards_installed", counts.installed,
+               std::to_string(counts.installed) + " boards, on " + std::to_string(counts.places) +
+                   " places of the DCMs in the run");
   } else {
     screen.AddUnknown("installed", "boards_installed", parts.hardware.reason);
   }
+  if (parts.hardware.ok && hasHardware) { screen.AddNumber("board_places", counts.places); }
   if (history.IsMC()) {
     screen.AddUnknown("enabled", "boards_enabled", "a simulated run has no DAQ configuration");
   } else if (parts.configuration.ok) {
-    screen.Add("enabled", "boards_enabled", history.NEnabledFEBs(),
-               std::to_string(history.NEnabledFEBs()) + " boards");
+    screen.Add(
+        "enabled", "boards_enabled", counts.enabled,
+        std::to_string(counts.enabled) + " ports by the DAQ configuration" +
+            (hasHardware ? ", " + std::to_string(counts.enabledInstalled) + " with an installed board" : ""));
+    if (hasHardware) { screen.AddNumber("boards_enabled_installed", counts.enabledInstalled); }
   } else {
     screen.AddUnknown("enabled", "boards_enabled", parts.configuration.reason);
   }
