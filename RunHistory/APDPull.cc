@@ -1,4 +1,5 @@
 #include <cstring>
+#include <utility>
 
 #include "RunHistory/HardwareDate.h"
 #include "RunHistory/NumberText.h"
@@ -6,6 +7,7 @@
 #include "RunHistory/ProgressOutput.h"
 #include "RunHistory/RunHistory.h"
 #include "RunHistory/RunTable.h"
+#include "database/PlainText.h"
 #include "database/Result.h"
 #include "framework/MessageLogger.h"
 #include "framework/exception.h"
@@ -77,10 +79,12 @@ APDsByModule RunHistory::PullAPDInfoFromDB() {
   const auto table = OpenHardwareDatabase(detectorName, timeQueries);
   APDsByModule apds;
   if (DetInfo::GetId(detectorName) == briodaq::cnv::Birch) {
-    const GainsBySerial gains = PullGains(*table, detectorId);
+    auto gains = PullGains(*table, detectorId);
+    if (!gains) { incompleteParts.emplace_back("gains"); }
     const ResultHandle rows(PerformPGQuery(InstalledAPDsStatement(tStartText), *table));
+    if (!rows) { incompleteParts.emplace_back("installed APDs"); }
     LogDebug("RunHistory") << "Found " << PQntuples(rows.get()) << " apds in the db";
-    apds = ReadAPDs(rows.get(), gains);
+    apds = ReadAPDs(rows.get(), std::move(gains).value_or(GainsBySerial()));
   }
   LogDebug("APDInfo") << apds.size() << " apds were installed"
                       << "print out info for all APDs";

@@ -3,12 +3,13 @@
 
 #include "RunHistory/ChannelLookup.h"
 #include "RunHistory/DAQEnvironment.h"
+#include "RunHistory/FreshTry.h"
+#include "RunHistory/NumberText.h"
 #include "RunHistory/OutsideRows.h"
-#include "RunHistory/RunHistory.h"
-#include "database/LoadScope.h"
 #include "database/PlainText.h"
 #include "experiment/dcs/APDSettings.h"
 #include "framework/MessageLogger.h"
+#include "framework/exception.h"
 
 namespace brio::dbi {
 
@@ -30,6 +31,14 @@ std::string Described(const HardwareLocation& location) {
 
 /// How often gLocToFA was replaced in this process.
 std::atomic<std::uint64_t> mappings{0};
+
+std::string Listed(const std::vector<std::string>& parts) {
+  std::string list;
+  for (const auto& part : parts) {
+    list += (list.empty() ? "" : ", ") + part;
+  }
+  return list;
+}
 
 /// Copies an APD's gains to its board; a mean too far from the nominal gain is reported and replaced.
 void StoreGains(RunHistory::FEB& feb, DCMSettingsFacts& facts, const APDInfo& apd,
@@ -61,13 +70,18 @@ void StoreGains(RunHistory::FEB& feb, DCMSettingsFacts& facts, const APDInfo& ap
 
 bool RunHistory::LoadAPDSettings() {
   if (apdSettingsLoaded) { return true; }
-  const LoadScope scope;
+  const LoadScope scope(timeQueries, timeParsing);
+  if (LoadScope::IsOutermost()) {
+    return WithFreshTry([this] { return LoadAPDSettings(); });
+  }
   if (!LoadDAQRunHistory() || !LoadHardwareInfo()) { return false; }
   if (apdSettingsLoaded) { return true; }  // a simulated run was built without settings
-  const auto names = ActiveDCMNames();
+  const auto names = ActiveDCMNames(diBlocks);
   SetDAQEnvironment(detectorName);
+  incompleteParts.clear();
   const dbutils::dcs::APDSettings settings(configId, names);
   settingsFacts.clear();
+  bool isAnyThere = names.empty();
   // One variable for all ports: a temperature that was not recorded reads as that of the port before.
   double temperature = kNoTemperature;
   for (auto& diblock : diBlocks) {
@@ -81,14 +95,24 @@ bool RunHistory::LoadAPDSettings() {
           facts.controls |= bit;
         }
         if (settings.getTemperature(dcm.appName, port, temperature)) { facts.temperatures |= bit; }
-        feb.temperature = static_cast<float>(temperature);
+        feb.temperature = NearestFloat(temperature);
         if (settings.getVoltage(dcm.appName, port, feb.voltage)) { facts.voltages |= bit; }
       }
+      if ((facts.controls | facts.temperatures | facts.voltages) != 0) { isAnyThere = true; }
     }
   }
-  if (DetInfo::GetId(detectorName) == briodaq::cnv::Birch) {
+  // The look-up does not tell a board that has no settings from one whose settings it could not read.
+  if (!isAnyThere && !settings.hasValidData()) { incompleteParts.emplace_back("slow control"); }
+  const bool isFar = DetInfo::GetId(detectorName) == briodaq::cnv::Birch;
+  if (isFar) {
     MapHardwareToLocation();
     locationMapping = ++mappings;
+  }
+  if (IsTooIncomplete()) {
+    throw cet::exception("RunHistory::Incomplete")
+        << "LoadAPDSettings: could not read " << Listed(incompleteParts) << "." << std::endl;
+  }
+  if (isFar) {
     nInstrumentedFEBs = static_cast<std::int32_t>(gLocToFA.size());
     StoreMappedGains();
   }
@@ -124,6 +148,7 @@ void RunHistory::StoreMappedGains() {
       if (feb->isInstalled) { StoreGains(*feb, FactsOf(diblock, *dcm), hardware.second, location); }
     }
   }
+  outside.Report();
 }
 
 }  // namespace brio::dbi

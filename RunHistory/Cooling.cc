@@ -2,6 +2,7 @@
 
 #include "RunHistory/ChannelLookup.h"
 #include "RunHistory/RunHistory.h"
+#include "database/PlainText.h"
 
 namespace brio::dbi {
 
@@ -10,12 +11,12 @@ bool RunHistory::LoadCoolingInfo() const { return coolingLoaded; }
 bool RunHistory::LoadDCSAlarms(int /*unused*/) { return false; }
 
 bool RunHistory::IsCooled(const unsigned int& channel) {
-  std::cerr << "WARNING: RunHistory::IsCooled() is not yet implemented!" << std::endl;
+  WriteLine(std::cerr, "WARNING: RunHistory::IsCooled() is not yet implemented!");
   if (!LoadPixelInfo(0)) { return false; }
-  const ChannelParts parts = PartsOf(detectorId, channel);
-  DiBlock* diblock = FindDiBlock(diBlocks, parts.diblock);
+  const ChannelParts parts = PartsOf(*channelMap, channel);
+  const DiBlock* diblock = FindDiBlock(diBlocks, parts.diblock);
   if (diblock == nullptr || diblock->isActive) { return false; }
-  DCM* dcm = FindDCM(*diblock, parts.dcm);
+  const DCM* dcm = FindDCM(*diblock, parts.dcm);
   if (dcm == nullptr || !dcm->isActive || dcm->number == kNoDCM) { return false; }
   const FEB* feb = FindFEB(*dcm, parts.port);
   return feb != nullptr && feb->isEnabled && feb->isInstalled && feb->cooled;

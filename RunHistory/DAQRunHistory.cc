@@ -2,11 +2,14 @@
 #include <iostream>
 
 #include "RunHistory/ApplicationName.h"
+#include "RunHistory/FreshTry.h"
 #include "RunHistory/OutsideRows.h"
 #include "RunHistory/ProgressOutput.h"
 #include "RunHistory/RunHistory.h"
 #include "RunHistory/RunTable.h"
 #include "database/LoadScope.h"
+#include "database/PlainText.h"
+#include "database/Timing.h"
 #include "framework/MessageLogger.h"
 #include "framework/exception.h"
 
@@ -41,6 +44,23 @@ RunHistory::DCM ActiveDCM(const std::string& appName, int diblock, int number) {
   return dcm;
 }
 
+/// \return false, with nothing changed, when the diblock has no DCM of that number.
+bool AddDCM(std::vector<RunHistory::DiBlock>& diblocks, const std::string& appName, int diblock, int number,
+            unsigned int nPerDiBlock) {
+  if (number < 1 || static_cast<unsigned int>(number) > nPerDiBlock) { return false; }
+  auto found = std::find_if(diblocks.begin(), diblocks.end(),
+                            [&](const auto& candidate) { return candidate.number == diblock; });
+  if (found == diblocks.end()) {
+    RunHistory::DiBlock added(nPerDiBlock);
+    added.isActive = true;
+    added.number = static_cast<std::uint16_t>(diblock);
+    diblocks.push_back(std::move(added));
+    found = diblocks.end() - 1;
+  }
+  found->dcms[static_cast<std::size_t>(number) - 1] = ActiveDCM(appName, diblock, number);
+  return true;
+}
+
 }  // namespace
 
 bool SortDiBlocks(RunHistory::DiBlock a,
@@ -55,7 +75,7 @@ bool RunHistory::LoadDAQRunHistory() {
       throw cet::exception("RunHistory::")
           << "LoadDAQRunHistory: failed to find the run in the runs table." << std::endl;
     }
-    std::cerr << "RunHistory::LoadDAQRunHistory: failed to find the run in the runs table." << std::endl;
+    WriteLine(std::cerr, "RunHistory::LoadDAQRunHistory: failed to find the run in the runs table.");
     return false;
   }
   if (IsSimulated()) {
@@ -65,7 +85,10 @@ bool RunHistory::LoadDAQRunHistory() {
     return true;
   }
 
-  const LoadScope scope;
+  const LoadScope scope(timeQueries, timeParsing);
+  if (LoadScope::IsOutermost()) {
+    return WithFreshTry([this] { return LoadDAQRunHistory(); });
+  }
   nDCMs = 0;
   const auto runs = OpenTable("RunHistory/tables/Runs.xml", timeQueries, timeParsing);
   const auto subrunsTable = OpenTable("RunHistory/tables/Subruns.xml", timeQueries, timeParsing);
@@ -88,7 +111,7 @@ bool RunHistory::LoadDAQRunHistory() {
         << "LoadDAQRunHistory: failed to load the runs table." << std::endl;
   }
   if (runs->NRow() == 0) {
-    std::cerr << "RunHistory::LoadDAQRunHistory: no entry found the runs table!" << std::endl;
+    WriteLine(std::cerr, "RunHistory::LoadDAQRunHistory: no entry found the runs table!");
     runNotFound = true;
     return false;
   }
@@ -113,6 +136,7 @@ bool RunHistory::LoadDAQRunHistory() {
 
 /// The first row of the runs table; a value that is absent leaves its member as it was.
 void RunHistory::ReadRunRow(Table& runs) {
+  const ConversionTimer timer("daq.runs", runs.NRow());
   if (const Row* row = runs.GetRow(0)) {
     Read(*row, runs, "tstart", tStartText);
     Read(*row, runs, "tstop", tStopText);
@@ -132,10 +156,12 @@ void RunHistory::ReadRunRow(Table& runs) {
 }
 
 void RunHistory::ReadResources(Table& resources) {
+  const ConversionTimer timer("daq.daqresourcesbyrun", resources.NRow());
   const int typeColumn = resources.GetColIndex("resource_type");
   const int nameColumn = resources.GetColIndex("appname");
   const int detectorColumn = resources.GetColIndex("detector");
   const int detector = DetInfo::GetId(detectorName);
+  const unsigned int nPerDiBlock = detector == briodaq::cnv::Alder ? kNearDCMsPerDiBlock : kDCMsPerDiBlock;
   const bool ownRowsOnly = detector == briodaq::cnv::Birch || detector == briodaq::cnv::Alder;
   OutsideRows outside("LoadDAQRunHistory");
 
@@ -157,27 +183,10 @@ void RunHistory::ReadResources(Table& resources) {
       const auto number = static_cast<std::uint16_t>(place.dcm);
       ++nDCMs;
       if (useGoodDiBlockMask && !IsGoodDiBlock(diblock)) { continue; }
-      if (!AddDCM(appName, diblock, number)) { outside.Add("\"" + appName + "\""); }
+      if (!AddDCM(diBlocks, appName, diblock, number, nPerDiBlock)) { outside.Add("\"" + appName + "\""); }
     }
   }
-}
-
-/// \return false, with nothing changed, when the diblock has no DCM of that number.
-bool RunHistory::AddDCM(const std::string& appName, int diblock, int number) {
-  const unsigned int nPerDiBlock =
-      DetInfo::GetId(detectorName) == briodaq::cnv::Alder ? kNearDCMsPerDiBlock : kDCMsPerDiBlock;
-  if (number < 1 || static_cast<unsigned int>(number) > nPerDiBlock) { return false; }
-  auto found = std::find_if(diBlocks.begin(), diBlocks.end(),
-                            [&](const DiBlock& candidate) { return candidate.number == diblock; });
-  if (found == diBlocks.end()) {
-    DiBlock added(nPerDiBlock);
-    added.isActive = true;
-    added.number = static_cast<std::uint16_t>(diblock);
-    diBlocks.push_back(std::move(added));
-    found = diBlocks.end() - 1;
-  }
-  found->dcms[static_cast<std::size_t>(number) - 1] = ActiveDCM(appName, diblock, number);
-  return true;
+  outside.Report();
 }
 
 }  // namespace brio::dbi

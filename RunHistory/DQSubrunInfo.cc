@@ -1,6 +1,6 @@
 #include "RunHistory/DQSubrunInfo.h"
 
-#include "RunHistory/RunHistory.h"
+#include "RunHistory/FreshTry.h"
 #include "database/LoadScope.h"
 
 namespace brio::dbi {
@@ -9,6 +9,9 @@ std::vector<DQSubrunInfo> RunHistory::GetDQSubrunInfo() {
   if (dqSubrunInfoLoaded) { return dqSubrunInfo; }
   dqSubrunInfo.clear();
   const LoadScope scope;
+  if (LoadScope::IsOutermost()) {
+    return WithFreshTry([this] { return GetDQSubrunInfo(); });
+  }
   Table table("RunHistory/tables/DQSubrunInfo.xml");
   table.SetDetector(detectorName);
   table.SetValidityRange<int>("run", runNumber);

@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <stdexcept>
 
-#include "RunHistory/RunHistory.h"
+#include "RunHistory/FreshTry.h"
 #include "database/LoadScope.h"
 
 namespace brio::dbi {
@@ -39,6 +39,9 @@ unsigned int RunHistory::NLiveDCMs() {
 int RunHistory::NAnalysisChannels() {
   if (analysisChannelsCounted) { return nAnalysisChannels; }
   const LoadScope scope;
+  if (LoadScope::IsOutermost()) {
+    return WithFreshTry([this] { return NAnalysisChannels(); });
+  }
   nAnalysisChannels = 0;
   LoadDAQRunHistory();
   LoadHardwareInfo();
@@ -50,12 +53,15 @@ int RunHistory::NAnalysisChannels() {
 }
 
 RunHistory::DiBlock RunHistory::GetDiBlock(int index, bool loadAll) {
-  const LoadScope scope;
-  LoadHardwareInfo();
-  if (index < 0 || index >= static_cast<int>(diBlocks.size())) {
-    throw std::runtime_error("RunHistory::GetDiBlock: invalid diblock!");
+  const auto isThere = [&] { return index >= 0 && index < static_cast<int>(diBlocks.size()); };
+  if (!hardwareLoaded || (loadAll && !HasAllDetInfo())) {
+    const LoadScope scope;
+    WithFreshTry([&] {
+      LoadHardwareInfo();
+      return isThere() && loadAll && LoadAllDetInfo();
+    });
   }
-  if (loadAll) { LoadAllDetInfo(); }
+  if (!isThere()) { throw std::runtime_error("RunHistory::GetDiBlock: invalid diblock!"); }
   return diBlocks[static_cast<std::size_t>(index)];
 }
 
@@ -94,9 +100,16 @@ unsigned int RunHistory::GetConfiguration() {
   return configuration;
 }
 
+bool RunHistory::HasAllDetInfo() const {
+  // A negative number of retries makes the pixel loader speak up at every call.
+  return daqRunHistoryLoaded && hardwareLoaded && pixelInfoLoaded && apdSettingsLoaded && maxLoadRetries >= 0;
+}
+
 bool RunHistory::LoadAllDetInfo() {
+  if (HasAllDetInfo()) { return true; }
   const LoadScope scope;
-  return LoadDAQRunHistory() && LoadHardwareInfo() && LoadPixelInfo(0) && LoadAPDSettings();
+  return WithFreshTry(
+      [this] { return LoadDAQRunHistory() && LoadHardwareInfo() && LoadPixelInfo(0) && LoadAPDSettings(); });
 }
 
 }  // namespace brio::dbi

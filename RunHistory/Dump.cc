@@ -1,6 +1,6 @@
 #include <iostream>
 
-#include "RunHistory/RunHistory.h"
+#include "RunHistory/FreshTry.h"
 #include "database/LoadScope.h"
 #include "database/PlainText.h"
 
@@ -12,15 +12,21 @@ void RunHistory::Dump() {
   WriteLine(std::cout, "Dump of run ", runNumber);
   WriteLine(std::cout, "****************************************\n");
   WriteLine(std::cout, "Num Subruns        : ", nSubruns);
-  // What loads writes lines of its own, which come before the label.
-  const std::string start = TStartAsString();
-  WriteLine(std::cout, "Start time         : ", start);
-  const std::string stop = TStopAsString();
-  WriteLine(std::cout, "End time           : ", stop);
-  WriteLine(std::cout, "Trig Tot           : ", nTriggers);
-  WriteLine(std::cout, "Num Active Channels: ", nActiveChannels);
-  WriteLine(std::cout, "Num Total Channels:  ", nTotalChannels);
-  const unsigned int nLiveDCMs = NLiveDCMs();
+  bool isRecordShown = false;
+  const unsigned int nLiveDCMs = WithFreshTry([&] {
+    // What loads writes lines of its own, which come before the label.
+    const std::string start = TStartAsString();
+    if (!isRecordShown) {
+      WriteLine(std::cout, "Start time         : ", start);
+      const std::string stop = TStopAsString();
+      WriteLine(std::cout, "End time           : ", stop);
+      WriteLine(std::cout, "Trig Tot           : ", nTriggers);
+      WriteLine(std::cout, "Num Active Channels: ", nActiveChannels);
+      WriteLine(std::cout, "Num Total Channels:  ", nTotalChannels);
+      isRecordShown = true;
+    }
+    return NLiveDCMs();
+  });
   WriteLine(std::cout, "Num DCMs           : ", nLiveDCMs);
   for (const auto& diblock : diBlocks) {
     for (const auto& dcm : diblock.dcms) {

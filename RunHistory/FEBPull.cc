@@ -1,5 +1,6 @@
 #include <iostream>
 
+#include "RunHistory/FreshTry.h"
 #include "RunHistory/HardwareDate.h"
 #include "RunHistory/NumberText.h"
 #include "RunHistory/RunHistory.h"
@@ -107,11 +108,13 @@ LocationMap RunHistory::PullFEBInfoFromDB(const APDsByModule& apds) {
   FEBsByModule febs;
   {
     const ResultHandle rows(PerformPGQuery(InstalledFEBsStatement(tStartText), *table));
+    if (!rows) { incompleteParts.emplace_back("installed FEBs"); }
     febs = ReadFEBs(rows.get());
   }
   LogDebug("RunHistory") << "there are " << febs.size() << " febs installed and put in the map and "
                          << apds.size() << " apds";
   ResultHandle cables(PerformPGQuery(kCablesStatement, *table));
+  if (!cables) { incompleteParts.emplace_back("cabling"); }
   LocationMap joined = JoinAtLocations(cables.get(), detector, febs, apds);
   cables.reset();
   LogDebug("RunHistory") << "There are " << febs.size() << " febs in the db, and " << joined.size()
@@ -123,6 +126,7 @@ LocationMap RunHistory::PullFEBInfoFromDB(const APDsByModule& apds) {
 
 void RunHistory::MapHardwareToLocation() {
   LocationMap mapped = PullFEBInfoFromDB(PullAPDInfoFromDB());
+  if (WillBeginAfresh() || IsTooIncomplete()) { return; }
   gLocToFA.swap(mapped);
   if (DetInfo::GetId(detectorName) != briodaq::cnv::Birch) { return; }
   int nWithout = 0;

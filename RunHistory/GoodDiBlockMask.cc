@@ -1,6 +1,6 @@
 
+#include "RunHistory/FreshTry.h"
 #include "RunHistory/ProgressOutput.h"
-#include "RunHistory/RunHistory.h"
 #include "RunHistory/RunTable.h"
 #include "database/LoadScope.h"
 #include "database/PlainText.h"
@@ -47,6 +47,9 @@ bool RunHistory::LoadGoodDiBlockMask() {
   }
 
   const LoadScope scope;
+  if (LoadScope::IsOutermost()) {
+    return WithFreshTry([this] { return LoadGoodDiBlockMask(); });
+  }
   const auto table = OpenTable("RunHistory/tables/GoodDiBlocksVsRun.xml", timeQueries, timeParsing);
   if (!DetInfo::DetNameOk(detectorName)) { return false; }
   table->SetDetector(detectorName);

@@ -4,6 +4,7 @@
 
 #include "RunHistory/ApplicationName.h"
 #include "RunHistory/ChannelLookup.h"
+#include "RunHistory/FreshTry.h"
 #include "RunHistory/NumberText.h"
 #include "RunHistory/OutsideRows.h"
 #include "RunHistory/ProgressOutput.h"
@@ -102,7 +103,7 @@ bool Mark(std::vector<RunHistory::DiBlock>& diblocks, const InstalledModule& mod
 
 bool ReportUnlessRows(const PGresult* result, const std::string& statement, Table& table) {
   if (PQresultStatus(result) == PGRES_TUPLES_OK) { return false; }
-  std::cerr << "Query failed: " << statement << std::endl;
+  WriteLine(std::cerr, "Query failed: ", statement);
   table.CloseConnection();
   return true;
 }
@@ -111,7 +112,10 @@ bool ReportUnlessRows(const PGresult* result, const std::string& statement, Tabl
 
 bool RunHistory::LoadHardwareInfo() {
   if (hardwareLoaded) { return true; }
-  const LoadScope scope;
+  const LoadScope scope(timeQueries, timeParsing);
+  if (LoadScope::IsOutermost()) {
+    return WithFreshTry([this] { return LoadHardwareInfo(); });
+  }
   if (!LoadDAQRunHistory()) { return false; }
   if (hardwareLoaded) { return true; }  // a simulated run was built with its hardware
   ProgressLine("RunHistory: Loading FEB and APD installation information");
@@ -119,10 +123,9 @@ bool RunHistory::LoadHardwareInfo() {
   if (!DetInfo::DetNameOk(detectorName)) { return false; }
   const auto table = OpenHardwareDatabase(detectorName, timeQueries);
   if (!table->GetConnection(maxLoadRetries)) {
-    std::cerr
-        << "RunHistory::LoadHardwareInfo(): Failed to connect to hardware database!  Failed to load hardware "
-           "info."
-        << std::endl;
+    WriteLine(std::cerr,
+              "RunHistory::LoadHardwareInfo(): Failed to connect to hardware database!  Failed to load "
+              "hardware info.");
     return false;
   }
   if (detector == briodaq::cnv::Alder && !LoadNearHardware(*table)) { return false; }
@@ -147,6 +150,7 @@ bool RunHistory::LoadNearHardware(Table& table) {
                                  IntegerIn(text(2)), IntegerIn(text(3)), IntegerIn(text(4))};
     if (Mark(diBlocks, module, true, outside)) { ++nInstrumentedFEBs; }
   }
+  outside.Report();
   return true;
 }
 
@@ -156,7 +160,7 @@ bool RunHistory::LoadFarHardware(Table& table) {
   const bool sent = table.ExecuteSQL(statement, handedOver);
   const ResultHandle rows(handedOver);
   if (!sent) {
-    std::cerr << "SQL error, failed query: " << statement << std::endl;
+    WriteLine(std::cerr, "SQL error, failed query: ", statement);
     table.CloseConnection();
     return false;
   }
@@ -169,6 +173,7 @@ bool RunHistory::LoadFarHardware(Table& table) {
     const InstalledModule module{diblock, number(1), number(2), number(3), number(4), number(5)};
     if (Mark(diBlocks, module, !IsNeverMarked(module), outside)) { ++nInstrumentedFEBs; }
   }
+  outside.Report();
   return true;
 }
 

@@ -3,6 +3,7 @@
 #include <locale.h>  // NOLINT(modernize-deprecated-headers): newlocale and strtod_l are POSIX, not C++
 #include <charconv>
 #include <clocale>
+#include <cmath>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -49,6 +50,16 @@ double NumberIn(const char* text) {
   double value = 0.0;
   const auto [stop, error] = std::from_chars(text, end, value);
   return error == std::errc() && stop == end ? value : NumberInCLocale(text);
+}
+
+float NearestFloat(double number) {
+  // The language leaves open what the conversion of a number out of a float's range does.
+  constexpr float kLargest = std::numeric_limits<float>::max();
+  constexpr double kHalfStep = 0x1p103;  // half of what the next float would be apart, if there were one
+  const double magnitude = std::fabs(number);
+  if (!(magnitude > kLargest)) { return static_cast<float>(number); }
+  const float nearest = magnitude < kLargest + kHalfStep ? kLargest : std::numeric_limits<float>::infinity();
+  return number < 0 ? -nearest : nearest;
 }
 
 }  // namespace brio::dbi

@@ -12,4 +12,9 @@ inline int IntegerIn(const std::string& text) { return IntegerIn(text.c_str()); 
 /// The number that a text begins with, as atof reads it in the C locale; 0 when there is none.
 double NumberIn(const char* text);
 
+/// The float nearest to a number; an infinity for a number that is too large to have one.
+float NearestFloat(double number);
+/// The number that a text begins with, as a float.
+inline float FloatIn(const char* text) { return NearestFloat(NumberIn(text)); }
+
 }  // namespace brio::dbi

@@ -7,22 +7,21 @@
 
 namespace brio::dbi {
 
-/// Counts the rows of one pass that point outside the run's topology, and says so once, at error severity,
-/// when the pass ends.
+/// Counts the rows of one pass that point outside the run's topology, to say so once, at error severity.
 class OutsideRows {
 public:
   explicit OutsideRows(std::string operation) : operation_(std::move(operation)) {}
-  OutsideRows(const OutsideRows&) = delete;
-  OutsideRows& operator=(const OutsideRows&) = delete;
-  ~OutsideRows() {
+
+  void Add(const std::string& row) {
+    if (count_++ == 0) { first_ = row; }
+  }
+
+  /// To be called when the pass has ended well.
+  void Report() const {
     if (count_ == 0) { return; }
     LogError("RunHistory") << operation_ << ": left out " << count_
                            << (count_ == 1 ? " row that points" : " rows that point")
                            << " outside the run's detector, the first: " << first_;
-  }
-
-  void Add(const std::string& row) {
-    if (count_++ == 0) { first_ = row; }
   }
 
 private:

@@ -6,10 +6,10 @@
 
 #include "RunHistory/ChannelLookup.h"
 #include "RunHistory/DAQEnvironment.h"
+#include "RunHistory/FreshTry.h"
 #include "RunHistory/Pause.h"
 #include "RunHistory/ProgressOutput.h"
-#include "RunHistory/RunHistory.h"
-#include "database/LoadScope.h"
+#include "database/PlainText.h"
 #include "experiment/daqconfig/PixelEnableMasks.h"
 #include "experiment/daqconfig/PixelThresholds.h"
 
@@ -42,49 +42,44 @@ void StoreConfiguration(RunHistory::FEB& feb, const std::string& dcmName, int po
 
 }  // namespace
 
-/// Names of the DCMs that took part in the run.
-std::vector<std::string> RunHistory::ActiveDCMNames() const {
-  std::vector<std::string> names;
-  for (const auto& diblock : diBlocks) {
-    for (const auto& dcm : diblock.dcms) {
-      if (dcm.isActive) { names.push_back(dcm.appName); }
-    }
-  }
-  return names;
-}
-
 bool RunHistory::LoadPixelInfo(int tryNumber) {
-  for (int n = tryNumber;; n += kTryStep) {
-    bool tryAgain = false;
-    if (LoadPixelInfoOnce(n, tryAgain)) { return true; }
-    if (!tryAgain || n > std::numeric_limits<int>::max() - kTryStep) { return false; }
-    // What is read afterwards is read afresh, and nobody's connection is held meanwhile.
-    LoadScope::LeaveConnections();
-    PauseSeconds(BackOffSeconds(n));
-  }
+  bool tryAgain = false;
+  if (pixelInfoLoaded || maxLoadRetries < tryNumber) { return LoadPixelInfoOnce(tryNumber, tryAgain); }
+  const LoadScope scope(timeQueries, timeParsing);
+  int n = tryNumber;
+  return WithFreshTry([&] {
+    for (;; n += kTryStep) {
+      if (LoadPixelInfoOnce(n, tryAgain)) { return true; }
+      // A load that begins afresh does so with the same try.
+      if (!tryAgain || WillBeginAfresh() || n > std::numeric_limits<int>::max() - kTryStep) { return false; }
+      // What is read afterwards is read afresh, and nobody's connection is held meanwhile.
+      LoadScope::LeaveConnections();
+      PauseSeconds(BackOffSeconds(n));
+    }
+  });
 }
 
 /// One try. \param tryAgain  set when the configuration was not valid and may be asked for again
 bool RunHistory::LoadPixelInfoOnce(int tryNumber, bool& tryAgain) {
+  tryAgain = false;
   if (maxLoadRetries < tryNumber) {
-    std::cerr << "RunHistory::LoadPixelInfo giving up!" << std::endl;
+    WriteLine(std::cerr, "RunHistory::LoadPixelInfo giving up!");
     return false;
   }
   if (pixelInfoLoaded) { return true; }
-  const LoadScope scope;
   if (!LoadDAQRunHistory() || !LoadHardwareInfo()) { return false; }
   if (pixelInfoLoaded) { return true; }  // a simulated run was built without a configuration
   nTotalChannels = 0;
   nEnabledFEBs = 0;
   SetDAQEnvironment(detectorName);
-  const auto names = ActiveDCMNames();
+  const auto names = ActiveDCMNames(diBlocks);
   ProgressLine("RunHistory: loading pixel enable masks");
   const dbutils::daqconfig::PixelEnableMasks masks(configId, names);
   ProgressLine("RunHistory: loading pixel thresholds");
   const dbutils::daqconfig::PixelThresholds thresholds(configId, names);
   ProgressLine("done!");
   if (!masks.hasValidData() || !thresholds.hasValidData()) {
-    std::cerr << "RunHistory::LoadPixelInfo failed to get valid data" << std::endl;
+    WriteLine(std::cerr, "RunHistory::LoadPixelInfo failed to get valid data");
     tryAgain = maxLoadRetries > 0;
     return false;
   }
@@ -107,12 +102,40 @@ bool RunHistory::LoadPixelInfoOnce(int tryNumber, bool& tryAgain) {
 }
 
 int RunHistory::GetThreshold(const unsigned int& channel, bool& ok) {
+  const PlaceInIndex place = InIndex(channel);
+  if (place.exists) {
+    const auto& board = boardIndex.At(place.dcmNumber, place.port);
+    if (board.HasThreshold(place.pixel)) {
+      ok = true;
+      return board.thresholds[place.pixel];
+    }
+  }
+  return ThresholdInRecords(channel, ok);
+}
+
+int RunHistory::GetThreshold(const geo::OfflineChan& channel, bool& ok) {
+  const PlaceInIndex place = InIndex(channel);
+  const auto& board = boardIndex.At(place.dcmNumber, place.port);
+  if (board.HasThreshold(place.pixel)) {
+    ok = true;
+    return board.thresholds[place.pixel];
+  }
+  return ThresholdInRecords(channel, ok);
+}
+
+int RunHistory::ThresholdInRecords(const geo::OfflineChan& channel, bool& ok) {
   if (!pixelInfoLoaded) { LoadPixelInfo(0); }
+  return ThresholdInRecords(DAQChannelOf(channel), ok);
+}
+
+int RunHistory::ThresholdInRecords(unsigned int channel, bool& ok) {
+  if (!pixelInfoLoaded) { LoadPixelInfo(0); }
+  IndexBoards();
   ok = false;
-  const ChannelParts parts = PartsOf(detectorId, channel);
-  DiBlock* diblock = FindDiBlock(diBlocks, parts.diblock);
+  const ChannelParts parts = PartsOf(*channelMap, channel);
+  const DiBlock* diblock = FindDiBlock(diBlocks, parts.diblock);
   if (diblock == nullptr || diblock->isActive) { return kNoThreshold; }
-  DCM* dcm = FindDCM(*diblock, parts.dcm);
+  const DCM* dcm = FindDCM(*diblock, parts.dcm);
   if (dcm == nullptr || dcm->number == kNoDCM) { return kNoThreshold; }
   const FEB* feb = FindFEB(*dcm, parts.port);
   if (feb == nullptr || !IsBitSet(dcm->febEnableMask, parts.port) || !feb->isEnabled) { return kNoThreshold; }
@@ -122,11 +145,6 @@ int RunHistory::GetThreshold(const unsigned int& channel, bool& ok) {
   }
   ok = true;
   return feb->thresholds[parts.pixel];
-}
-
-int RunHistory::GetThreshold(const geo::OfflineChan& channel, bool& ok) {
-  if (!pixelInfoLoaded) { LoadPixelInfo(0); }
-  return GetThreshold(DAQChannelOf(channel), ok);
 }
 
 }  // namespace brio::dbi

@@ -66,10 +66,11 @@ void GainsReader::Begin(const char* serial, int batch) {
   batchGoesOn_ = isNew;
 }
 
-GainsBySerial PullGains(Table& table, int detector) {
+std::optional<GainsBySerial> PullGains(Table& table, int detector) {
   GainsReader reader(detector);
   const auto take = [&reader](const PGresult* rows, int row) { reader.Take(rows, row); };
-  return PerformPGQuery(kGainsStatement, table, take) ? reader.TakeGains() : GainsBySerial();
+  if (!PerformPGQuery(kGainsStatement, table, take)) { return std::nullopt; }
+  return reader.TakeGains();
 }
 
 }  // namespace brio::dbi

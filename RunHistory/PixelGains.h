@@ -2,6 +2,7 @@
 
 #include <array>
 #include <map>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -37,7 +38,7 @@ private:
 };
 
 /// Asks for all gains. A million rows are read while the server still makes them, and never all in memory.
-/// \return none when the query failed, at whatever row
-GainsBySerial PullGains(Table& table, int detector);
+/// \return nothing when the query failed, at whatever row
+std::optional<GainsBySerial> PullGains(Table& table, int detector);
 
 }  // namespace brio::dbi

@@ -1,6 +1,6 @@
 #include <iostream>
 
-#include "RunHistory/RunHistory.h"
+#include "RunHistory/FreshTry.h"
 #include "RunHistory/RunTable.h"
 #include "database/LoadScope.h"
 #include "database/PlainText.h"
@@ -11,6 +11,9 @@ bool RunHistory::LoadPOT() {
   if (potLoaded) { return true; }
   totalPOT = 0.0F;
   const LoadScope scope;
+  if (LoadScope::IsOutermost()) {
+    return WithFreshTry([this] { return LoadPOT(); });
+  }
   const auto table = OpenTable("RunHistory/tables/POTByRun.xml", timeQueries, timeParsing);
   if (!briodaq::cnv::DetInfo::DetNameOk(detectorName)) { return false; }
   table->SetDetector(detectorName);

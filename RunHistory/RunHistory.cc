@@ -1,14 +1,27 @@
 #include "RunHistory/RunHistory.h"
 
 #include <iostream>
+#include <new>
 #include <utility>
 
+#include "RunHistory/Members.h"
+#include "RunHistory/OfflineBoards.h"
 #include "database/PlainText.h"
+#include "experiment/DAQChannelMap.h"
 
 namespace brio::dbi {
 
 using briodaq::cnv::DetId;
 using briodaq::cnv::DetInfo;
+
+namespace {
+
+template <class Members>
+void Swap(Members members, Members others) noexcept {
+  members.swap(others);
+}
+
+}  // namespace
 
 RunHistory::DiBlock::DiBlock(unsigned int nDCMs) : dcms(nDCMs) {
   for (unsigned int i = 0; i < nDCMs; ++i) {
@@ -33,6 +46,28 @@ RunHistory::RunHistory(int run, DetId detector) : runNumber(run) {
 
 RunHistory::~RunHistory() = default;
 
+RunHistory::RunHistory(RunHistory&& other) noexcept
+    : nSubruns(-1),
+      detectorName(DetInfo::GetName(briodaq::cnv::Unknown)),
+      tStartText(),
+      channelMap(daqchannelmap::DAQChannelMap::getInstance(briodaq::cnv::Unknown)),
+      offlineBoards(&OfflineBoards::None()) {
+  Swap(LoadedMembers(), other.LoadedMembers());
+  Swap(OtherMembers(), other.OtherMembers());
+  try {
+    RunHistory fresh;
+    other.tStartText.swap(fresh.tStartText);
+  } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): its start is then no time at all
+  }
+}
+
+RunHistory& RunHistory::operator=(RunHistory&& other) noexcept {
+  RunHistory moved(std::move(other));
+  Swap(LoadedMembers(), moved.LoadedMembers());
+  Swap(OtherMembers(), moved.OtherMembers());
+  return *this;
+}
+
 void RunHistory::SetRunNumber(int run) {
   if (run != runNumber) { InvalidateCaches(); }
   runNumber = run;
@@ -46,6 +81,8 @@ void RunHistory::SetDetector(DetId id) {
   }
   detectorId = id;
   detectorName = DetInfo::GetName(id);
+  channelMap = daqchannelmap::DAQChannelMap::getInstance(id);
+  offlineBoards = &OfflineBoards::None();
 }
 
 void RunHistory::SetDetector(const std::string& name) {
@@ -87,6 +124,7 @@ void RunHistory::InvalidateCaches() {
   diBlocks.clear();
   settingsFacts.clear();
   locationMapping = 0;
+  boardIndex.Clear();
 }
 
 }  // namespace brio::dbi

@@ -7,26 +7,28 @@
 #include <string>
 #include <vector>
 
+#include "RunHistory/BoardIndex.h"
 #include "RunHistory/ChannelQuality.h"
 #include "RunHistory/DQSubrunInfo.h"
 #include "RunHistory/DetInfo.h"
 #include "RunHistory/HardwareRecords.h"
 #include "RunHistory/SettingsFacts.h"
+#include "RunHistory/Subrun.h"
 #include "database/PerformPGQuery.h"
 #include "database/Table.h"
 #include "database/Util.h"
 #include "experiment/OfflineChan.h"
 
+namespace daqchannelmap {
+class DAQChannelMap;
+}
+
 namespace brio::dbi {
 
 struct ChannelParts;
+struct PlaceInIndex;
+class OfflineBoards;
 struct RunHistoryTestPeer;
-
-/// Start and stop of a subrun in seconds since 1970. The loaders leave both 0.
-struct Subrun {
-  std::int64_t tStart = 0;
-  std::int64_t tStop = 0;
-};
 
 /// One data-taking run of one detector: everything about it that lives outside the event data.
 ///
@@ -36,8 +38,10 @@ struct Subrun {
 /// configuration, slow-control and POT tables are not read.
 ///
 /// A loader returns false, or throws where its comment says so, when its facts cannot be had; unless its
-/// comment says otherwise it tries again at the next call. Where the databases are is told in
-/// docs/operators.md. Loaders write progress lines to standard output, warnings to standard error.
+/// comment says otherwise it tries again at the next call. One that reads tables by their definition files
+/// throws cet::exception "BrioDatabase" for a missing or broken one; std::bad_alloc passes through all.
+/// Where the databases are is told in docs/operators.md. Loaders write progress lines to standard output,
+/// warnings to standard error.
 ///
 /// Threads: an object is used by one thread at a time. Different objects may be used on different threads
 /// except for what loads APD settings (LoadAPDSettings, LoadAllDetInfo, GetFEB, GetGain, …), which shares
@@ -105,8 +109,9 @@ public:
   virtual ~RunHistory();
   RunHistory(const RunHistory&) = default;
   RunHistory& operator=(const RunHistory&) = default;
-  RunHistory(RunHistory&&) = default;
-  RunHistory& operator=(RunHistory&&) = default;
+  /// What was moved from is as if it were made without arguments.
+  RunHistory(RunHistory&& other) noexcept;
+  RunHistory& operator=(RunHistory&& other) noexcept;
 
   // --- what the object describes, and how it loads ---
 
@@ -142,6 +147,8 @@ public:
   void SetAbortIfNoMask(bool on) { abortIfNoMask = on; }
   /// Throw, rather than warn, when the run is asked for again after it was not found.
   void SetAbortIfRunMissing(bool on) { abortIfRunMissing = on; }
+  /// Throw, rather than go on without, when LoadAPDSettings cannot read all that it asks for.
+  void SetAbortIfIncomplete(bool on) { abortIfIncomplete = on; }
   /// How often to try again when the hardware connection or the configuration cannot be had.
   void SetMaxLoadRetries(int retries) { maxLoadRetries = retries; }
 
@@ -152,7 +159,7 @@ public:
   /// \throws cet::exception "RunHistory::InvalidDetName", "RunHistory::FailedLoadRuns",
   ///   "RunHistory::FailedLoadRsrcs", "RunHistory::NoRsrcs"; with SetAbortIfRunMissing "RunHistory::" at the
   ///   second question for a missing run; with the mask in use and SetAbortIfNoMask "RunHistory" when none is
-  ///   stored; "BrioDatabase" for a bad definition file; std::out_of_range for too short a DCM's name.
+  ///   stored; std::out_of_range for too short a DCM's name.
   bool LoadDAQRunHistory();
   /// Which ports have a module installed at the run's start: from hardware_position for `Alder`, from the
   /// factory's tables for `Birch`. Throws what LoadDAQRunHistory throws.
@@ -162,16 +169,14 @@ public:
   /// \param tryNumber  0 for clients
   bool LoadPixelInfo(int tryNumber);
   /// APD voltages, temperatures and, for `Birch`, gains. Replaces gLocToFA for `Birch`. Throws what the
-  /// loaders before it throw.
+  /// loaders before it throw. \throws cet::exception "RunHistory::Incomplete" with SetAbortIfIncomplete
   bool LoadAPDSettings();
   /// The four above, in order, up to the first that returns false.
   bool LoadAllDetInfo();
   /// The good-diblock mask, from gooddiblocksvsrun, a custom mask, or a default. False when the detector has
-  /// no name. \throws cet::exception "RunHistory" when no mask is stored and SetAbortIfNoMask is on;
-  /// "BrioDatabase" for a missing or broken definition file.
+  /// no name. \throws cet::exception "RunHistory" when no mask is stored and SetAbortIfNoMask is on
   bool LoadGoodDiBlockMask();
   /// Protons on target, from potbyrun. False, with a line on standard error, when there is no row.
-  /// \throws cet::exception "BrioDatabase" for a missing or broken definition file.
   bool LoadPOT();
   /// Nothing is loaded: true for simulated runs once they were built, else false.
   bool LoadCoolingInfo() const;
@@ -214,8 +219,7 @@ public:
   void Dump();
 
   /// Subrun records of the newest version, from dqsubruninfo; also for simulated runs. Empty when there are
-  /// none or they cannot be read, and then asked for only once. \throws cet::exception "BrioDatabase" for a
-  /// missing or broken definition file.
+  /// none or they cannot be read, and then asked for only once.
   std::vector<DQSubrunInfo> GetDQSubrunInfo();
 
   // --- questions about a channel; `ok` tells whether the answer is a real one ---
@@ -277,6 +281,8 @@ public:
   int NInstrumentedFEBs() const { return nInstrumentedFEBs; }
   /// Which settings were recorded or measured; empty until LoadAPDSettings has read them.
   const SettingsFacts& GetSettingsFacts() const { return settingsFacts; }
+  /// What LoadAPDSettings could not read and went on without: "gains", say.
+  const std::vector<std::string>& GetIncompleteParts() const { return incompleteParts; }
   /// Whether gLocToFA still is what this object's settings were taken from.
   bool IsLocationMapMine() const;
 
@@ -287,10 +293,8 @@ private:
   void BuildMC();
   void ReadRunRow(Table& runs);
   void ReadResources(Table& resources);
-  bool AddDCM(const std::string& appName, int diblock, int number);
   bool IsGoodByMask(int diblock);
   bool LoadPixelInfoOnce(int tryNumber, bool& tryAgain);
-  std::vector<std::string> ActiveDCMNames() const;
   bool LoadNearHardware(Table& table);
   bool LoadFarHardware(Table& table);
   APDsByModule PullAPDInfoFromDB();
@@ -298,11 +302,28 @@ private:
   void MapHardwareToLocation();
   void StoreMappedGains();
   DCMSettingsFacts& FactsOf(const DiBlock& diblock, const DCM& dcm);
-  unsigned int DAQChannelOf(const geo::OfflineChan& channel) const;
+  void IndexBoards();
+  unsigned int DAQChannelOf(const geo::OfflineChan& channel);
+  PlaceInIndex InIndex(unsigned int channel) const;
+  PlaceInIndex InIndex(const geo::OfflineChan& channel) const;
+  // Apart from the questions, which would otherwise save registers for them.
+  [[gnu::noinline]] bool HasAPDInRecords(unsigned int channel);
+  [[gnu::noinline]] bool HasAPDInRecords(const geo::OfflineChan& channel);
+  [[gnu::noinline]] float PixelGainInRecords(unsigned int channel, bool& ok);
+  [[gnu::noinline]] float PixelGainInRecords(const geo::OfflineChan& channel, bool& ok);
+  [[gnu::noinline]] int ThresholdInRecords(unsigned int channel, bool& ok);
+  [[gnu::noinline]] int ThresholdInRecords(const geo::OfflineChan& channel, bool& ok);
+  auto LoadedMembers();
+  auto OtherMembers();
+  template <class Load>
+  auto WithFreshTry(Load load);
+  bool WillBeginAfresh() const;
+  bool HasAllDetInfo() const;
+  bool IsTooIncomplete() const { return abortIfIncomplete && !incompleteParts.empty(); }
   const FEB* LiveFEB(const ChannelParts& channel, bool& ok);
   bool LoadForLiveFEB(const ChannelParts& channel);
 
-  // In the order in which they are documented for those who keep the databases.
+  // In the order in which they are documented for those who keep the databases. Members.h lists them too.
   bool runNotFound = false;
   bool daqRunHistoryLoaded = false;
   bool pixelInfoLoaded = false;
@@ -356,6 +377,14 @@ private:
   std::int64_t configId = 0;
   SettingsFacts settingsFacts;
   std::uint64_t locationMapping = 0;  // which of the process's mappings is this object's; 0 for none
+  bool abortIfIncomplete = false;
+  bool mayBeginAfresh = false;               // during a load that is tried again if it is interrupted
+  std::vector<std::string> incompleteParts;  // what LoadAPDSettings could not read
+
+  // Ways to find what the lists above hold.
+  BoardIndex boardIndex;
+  const daqchannelmap::DAQChannelMap* channelMap = nullptr;
+  const OfflineBoards* offlineBoards = nullptr;
 };
 
 /// Ascending by number, compared as signed 16-bit values.

@@ -19,6 +19,16 @@ bool LoadFrom(const char* table, const std::function<bool()>& load) {
   }
 }
 
+/// What the settings loader went on without; empty when it read all.
+std::string WhyIncomplete(const brio::dbi::RunHistory& history) {
+  std::string list;
+  if (history.IsMC()) { return list; }  // it reads none, and the list is of a run before
+  for (const auto& part : history.GetIncompleteParts()) {
+    list += (list.empty() ? "could not read " : ", ") + part;
+  }
+  return list;
+}
+
 }  // namespace
 
 bool LoadRunRecord(brio::dbi::RunHistory& history) {
@@ -61,6 +71,7 @@ LoadedParts LoadRun(brio::dbi::RunHistory& history, Depth depth, const Attempt& 
       parts.hardware.ok ? attempt([&] { return history.LoadPixelInfo(0); }) : parts.hardware;
   if (depth == Depth::Configuration) { return parts; }
   parts.settings = parts.hardware.ok ? attempt([&] { return history.LoadAPDSettings(); }) : parts.hardware;
+  if (parts.settings.IsClean()) { parts.settings.reason = WhyIncomplete(history); }
   return parts;
 }
 

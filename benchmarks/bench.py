@@ -26,13 +26,31 @@ def read_arguments():
     return parser.parse_args()
 
 
+def forget_foreign_settings():
+    """Neither this nor what it starts follows the caller's variables to another server."""
+    for variable in [name for name in os.environ if name.startswith("PG")]:
+        del os.environ[variable]
+
+
+def require_sandbox(database, server_socket):
+    """Ends the program unless the server is the one that `sandbox up` started: it knows the token in its folder."""
+    with open(os.path.join(os.path.dirname(server_socket), "token"), encoding="ascii") as file:
+        token = file.read()
+    answer = subprocess.run(["psql", "-XAt", "-d", database, "-c", "SHOW brio.sandbox"], capture_output=True,
+                            text=True, check=False).stdout.strip()
+    if not token or answer != token:
+        sys.exit(f"bench.py: the server that answers in {server_socket} is not a sandbox's own")
+
+
 def main():
     options = read_arguments()
     if "BRIO_DATABASE" not in os.environ:
         sys.exit("bench.py: BRIO_DATABASE must name a private server; see sandbox/sandbox --help")
     template = os.environ["BRIO_DATABASE"]
+    forget_foreign_settings()
     database = template.replace("{detector}", "birch")
     server_socket = re.search(r"host=(\S+)", template).group(1)
+    require_sandbox(database, server_socket)
     version = subprocess.run(["psql", "-XAt", "-d", database, "-c", "SHOW server_version"], capture_output=True,
                              text=True, check=True).stdout.split()[0]
     programs = Programs(options.programs, database, 1 if options.quick else options.rounds)
@@ -57,7 +75,8 @@ def main():
             with tempfile.TemporaryDirectory(prefix="brio-pool-", dir="/tmp") as pool:
                 storm(table, programs, pool, server_socket, 50 if options.quick else 1000)
     print(table.markdown())
-    print(f"\nMedians of {programs.rounds} interleaved rounds. Machine: {machine(version)}. "
+    print(f"\nMedians of {programs.rounds} interleaved rounds; in brackets, where it "
+          f"shows, what the middle half of them lies between. Machine: {machine(version)}. "
           f"Load average before and after: {load_before:.1f}, {os.getloadavg()[0]:.1f}.")
     if table.missed:
         print(f"Bars missed: {', '.join(table.missed)}.")

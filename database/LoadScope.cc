@@ -1,5 +1,6 @@
 #include "database/LoadScope.h"
 
+#include <chrono>
 #include <map>
 #include <utility>
 
@@ -11,6 +12,10 @@ namespace {
 
 struct ThreadLoad {
   int depth = 0;
+  bool wasInterrupted = false;
+  bool timesQueries = false;
+  bool timesParsing = false;
+  std::chrono::steady_clock::duration timeSpent{0};
   std::map<std::string, std::shared_ptr<Session>> sessions;
 };
 
@@ -18,9 +23,17 @@ thread_local ThreadLoad load;
 
 }  // namespace
 
-LoadScope::LoadScope() { ++load.depth; }
+LoadScope::LoadScope() : LoadScope(load.timesQueries, load.timesParsing) {}
+
+LoadScope::LoadScope(bool timeQueries, bool timeParsing)
+    : timedQueriesBefore_(std::exchange(load.timesQueries, timeQueries)),
+      timedParsingBefore_(std::exchange(load.timesParsing, timeParsing)) {
+  if (++load.depth == 1) { load.timeSpent = {}; }
+}
 
 LoadScope::~LoadScope() {
+  load.timesQueries = timedQueriesBefore_;
+  load.timesParsing = timedParsingBefore_;
   if (--load.depth == 0) { LeaveConnections(); }
 }
 
@@ -29,7 +42,12 @@ void LoadScope::LeaveConnections() {
   for (auto& [connectionString, session] : std::exchange(load.sessions, {})) {
     session->Close();
   }
+  load.wasInterrupted = false;
 }
+
+bool LoadScope::WasInterrupted() { return load.wasInterrupted; }
+
+bool LoadScope::IsOutermost() { return load.depth == 1; }
 
 namespace loadscope {
 
@@ -44,6 +62,16 @@ void Share(const std::string& connectionString, const std::shared_ptr<Session>& 
   session->ReadOneState();
   load.sessions[connectionString] = session;
 }
+
+void NoteInterruption() { load.wasInterrupted = IsActive(); }
+
+std::chrono::steady_clock::duration TimeSpent() { return load.timeSpent; }
+
+void AddTimeSpent(std::chrono::steady_clock::duration time) { load.timeSpent += time; }
+
+bool TimesQueries() { return load.timesQueries; }
+
+bool TimesParsing() { return load.timesParsing; }
 
 }  // namespace loadscope
 }  // namespace brio::dbi

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <string>
 
@@ -16,6 +17,14 @@ bool IsActive();
 std::shared_ptr<Session> Find(const std::string& connectionString);
 /// Makes a new session the load's own: from now on it is shared, and closed when the load ends.
 void Share(const std::string& connectionString, const std::shared_ptr<Session>& session);
+/// Remembers for LoadScope::WasInterrupted that a statement failed for a reason that can pass.
+void NoteInterruption();
+/// What the load has spent at its databases so far.
+std::chrono::steady_clock::duration TimeSpent();
+void AddTimeSpent(std::chrono::steady_clock::duration time);
+/// What the innermost scope says of logging times.
+bool TimesQueries();
+bool TimesParsing();
 
 }  // namespace loadscope
 }  // namespace brio::dbi

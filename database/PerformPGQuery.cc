@@ -1,53 +1,56 @@
 #include "database/PerformPGQuery.h"
 
+#include "database/Result.h"
 #include "framework/MessageLogger.h"
 #include "framework/exception.h"
 
 namespace brio::dbi {
 namespace {
 
-PGresult* GiveUp(const char* reason, const std::string& query, PGresult* result, Table& table) {
+void GiveUp(const char* reason, const std::string& query, Table& table) {
   LogError("RunHistory") << reason << query;
-  PQclear(result);
   table.CloseConnection();
-  return nullptr;
 }
 
 /// Runs a query by `execute`. \return its result, or null when it failed in any way
 template <class Execute>
-PGresult* Perform(const std::string& query, Table& table, Execute execute) {
+ResultHandle Perform(const std::string& query, Table& table, Execute execute) {
   if (!table.GetConnection(0)) {
     LogError("RunHistory") << "Failed to connect to hardware database! "
                            << "Failed to load hardware info.";
     return nullptr;
   }
   LogInfo("RunHistory") << "about to execute query\n" << query;
-  PGresult* result = nullptr;
-  if (!execute(result)) { return GiveUp("SQL error, failed query: ", query, result, table); }
-  if (PQresultStatus(result) != PGRES_TUPLES_OK) { return GiveUp("Query failed: ", query, result, table); }
-  return result;
+  PGresult* handedOver = nullptr;
+  const bool sent = execute(handedOver);
+  ResultHandle result(handedOver);
+  if (sent && PQresultStatus(result.get()) == PGRES_TUPLES_OK) { return result; }
+  GiveUp(sent ? "Query failed: " : "SQL error, failed query: ", query, table);
+  return nullptr;
 }
 
 void ReportRows(int nRows) { LogInfo("RunHistory") << "query returned " << nRows << " rows"; }
 
 }  // namespace
 
-PGresult* PerformPGQuery(const std::string& query, Table& table) {
-  PGresult* rows = Perform(query, table, [&](PGresult*& result) { return table.ExecuteSQL(query, result); });
-  if (rows != nullptr) { ReportRows(PQntuples(rows)); }
-  return rows;
+PGresult* PerformPGQuery(const std::string& query, Table& table, int columns) {
+  ResultHandle rows =
+      Perform(query, table, [&](PGresult*& result) { return table.ExecuteSQL(query, result, columns); });
+  if (rows) { ReportRows(PQntuples(rows.get())); }
+  return rows.release();
 }
 
-std::optional<int> PerformPGQuery(const std::string& query, Table& table, const RowConsumer& take) {
+std::optional<int> PerformPGQuery(const std::string& query, Table& table, const RowConsumer& take,
+                                  int columns) {
   int nRows = 0;
   const RowConsumer takeAndCount = [&](const PGresult* rows, int row) {
     ++nRows;
     take(rows, row);
   };
-  PGresult* end =
-      Perform(query, table, [&](PGresult*& result) { return table.ExecuteSQL(query, takeAndCount, result); });
-  if (end == nullptr) { return std::nullopt; }
-  PQclear(end);
+  const ResultHandle end = Perform(query, table, [&](PGresult*& result) {
+    return table.ExecuteSQL(query, takeAndCount, result, columns);
+  });
+  if (!end) { return std::nullopt; }
   ReportRows(nRows);
   return nRows;
 }

@@ -16,11 +16,14 @@ namespace brio::dbi {
 ///         with the table's connection left open; null when connecting, sending or the statement failed, or
 ///         when the statement is not one that returns rows. A failure is logged at error severity, category
 ///         "RunHistory", and closes the connection. Throws nothing.
-PGresult* PerformPGQuery(const std::string& query, Table& table);
+/// \param columns  how many the rows must have: the loaders say it, since an answer with fewer has no value
+///                 where they look for one. Other rows are a failed statement; 0 takes any
+PGresult* PerformPGQuery(const std::string& query, Table& table, int columns = 0);
 
 /// The same for rows too many to keep: gives them to `take` as they arrive.
 /// \return how many there were; nothing after a failure, which may come after some rows were given
-std::optional<int> PerformPGQuery(const std::string& query, Table& table, const RowConsumer& take);
+std::optional<int> PerformPGQuery(const std::string& query, Table& table, const RowConsumer& take,
+                                  int columns = 0);
 
 // std::auto_ptr was dropped from C++17 but is still there in the standard libraries that say so.
 #if defined(__GLIBCXX__) || __cplusplus < 201703L || defined(_LIBCPP_ENABLE_CXX17_REMOVED_AUTO_PTR)

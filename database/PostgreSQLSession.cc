@@ -1,53 +1,22 @@
 #include "database/PostgreSQLSession.h"
 
 #include <algorithm>
-#include <charconv>
-#include <cstdlib>
-#include <cstring>
 #include <utility>
+#include <vector>
 
 #include "database/Counters.h"
+#include "database/LoadScopeSessions.h"
+#include "database/ResultStatus.h"
 #include "database/StepObserver.h"
+#include "database/TransactionSettings.h"
 #include "database/Wait.h"
 #include "framework/MessageLogger.h"
 
 namespace brio::dbi {
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-constexpr std::chrono::seconds kDefaultTimeout{300};
 // Nothing depends on the end of a transaction that only read.
 constexpr std::chrono::seconds kLongestFarewell{5};
-constexpr std::chrono::seconds kForEver = std::chrono::seconds::max();
-// Longer limits than the server can be told of (its unit is a millisecond in 32 bits) count as no limit.
-constexpr long kLongestTimeout = 2'000'000;
-
-std::chrono::seconds QueryTimeout() {
-  const char* setting = std::getenv("BRIO_QUERY_TIMEOUT");
-  if (setting == nullptr || *setting == '\0') { return kDefaultTimeout; }
-  long seconds = 0;
-  const char* end = setting + std::strlen(setting);
-  const auto [stop, error] = std::from_chars(setting, end, seconds);
-  if (error != std::errc() || stop != end || seconds < 0) {
-    LogWarning("BrioDatabase") << "BRIO_QUERY_TIMEOUT is \"" << setting
-                               << "\", not a number of seconds; using " << kDefaultTimeout.count();
-    return kDefaultTimeout;
-  }
-  return seconds == 0 || seconds > kLongestTimeout ? kForEver : std::chrono::seconds(seconds);
-}
-
-bool IsGood(const PGresult* result) {
-  const auto status = PQresultStatus(result);
-  return status == PGRES_TUPLES_OK || status == PGRES_COMMAND_OK || status == PGRES_EMPTY_QUERY;
-}
-
-bool IsCopy(const PGresult* result) {
-  const auto status = PQresultStatus(result);
-  return status == PGRES_COPY_IN || status == PGRES_COPY_OUT || status == PGRES_COPY_BOTH;
-}
-
-ResultHandle FatalResult() { return ResultHandle(PQmakeEmptyPGresult(nullptr, PGRES_FATAL_ERROR)); }
 
 std::string Trimmed(std::string text) {
   while (!text.empty() && text.back() == '\n') {
@@ -56,30 +25,76 @@ std::string Trimmed(std::string text) {
   return text;
 }
 
+/// libpq keeps what a server sends to listeners until somebody takes it.
+void DropNotifications(PGconn* connection) {
+  while (PGnotify* notification = PQnotifies(connection)) {
+    PQfreemem(notification);
+  }
+}
+
 }  // namespace
 
-PostgreSQLSession::PostgreSQLSession(ConnectionHandle connection)
-    : connection_(std::move(connection)), timeout_(QueryTimeout()) {
+PostgreSQLSession::PostgreSQLSession(ConnectionHandle connection, TimeLimits limits)
+    : connection_(std::move(connection)), limits_(limits) {
   // Sending must not block for ever either.
   PQsetnonblocking(connection_.get(), 1);
+  notices_.ListenTo(connection_.get());
 }
 
 PostgreSQLSession::~PostgreSQLSession() { Close(); }
 
 bool PostgreSQLSession::IsUsable() const {
-  return connection_ && PQstatus(connection_.get()) == CONNECTION_OK;
+  // A forked child must not speak on its parent's connection.
+  return connection_ && connection_.get_deleter().IsOwner() && PQstatus(connection_.get()) == CONNECTION_OK;
 }
 
 /// \param take  for the rows, one by one; null to have them in the result
 ResultHandle PostgreSQLSession::Run(const Statement& statement, const RowConsumer* take) {
-  if (!connection_) { return nullptr; }
-  if (readsOneState_ && PQtransactionStatus(connection_.get()) != PQTRANS_INTRANS && !Begin()) {
+  if (isGivingRows_) {
+    LogError("BrioDatabase") << "a statement was not sent, since its connection is still giving the rows of "
+                                "another: "
+                             << statement.text;
+    return nullptr;
+  }
+  if (!connection_ || !connection_.get_deleter().IsOwner()) { return nullptr; }
+  given_ = {};
+  try {
+    DatabaseTime time(limits_.load);
+    const Patience patience{time, limits_.silence};
+    if (time.IsUsedUp()) { return GiveUp(time.Complaint()); }
+    const bool isIdle = PQtransactionStatus(connection_.get()) == PQTRANS_IDLE;
+    const bool hasOwnTransaction = statement.onlyReads && !readsOneState_ && isIdle;
+    ResultHandle result = readsOneState_ || hasOwnTransaction ? RunInTransaction(statement, take, patience)
+                                                              : Send(statement, take, patience);
+    if (hasOwnTransaction) { Commit(); }
+    notices_.EndStatement();
+    if (isToClose_) { Close(); }
+    return result;
+  } catch (...) {
+    // What is left of the answer would be taken for the next one.
+    isGivingRows_ = false;
+    connection_.reset();
+    throw;
+  }
+}
+
+ResultHandle PostgreSQLSession::RunInTransaction(const Statement& statement, const RowConsumer* take,
+                                                 const Patience& patience) {
+  if (PQtransactionStatus(connection_.get()) != PQTRANS_INTRANS && !Begin(patience)) {
     connection_.reset();
     return FatalResult();
   }
+  ResultHandle result = Send(statement, take, patience);
+  if (IsUsable() && PQtransactionStatus(connection_.get()) == PQTRANS_INERROR) {
+    RunOwn("ROLLBACK", patience);
+  }
+  return result;
+}
+
+ResultHandle PostgreSQLSession::Send(const Statement& statement, const RowConsumer* take,
+                                     const Patience& patience) {
   NotifyStep(DatabaseStep::Statement, statement.text);
   ++Counters::Instance().statementsSent;
-
   std::vector<const char*> values;
   values.reserve(statement.parameters.size());
   for (const auto& parameter : statement.parameters) {
@@ -94,52 +109,52 @@ ResultHandle PostgreSQLSession::Run(const Statement& statement, const RowConsume
     LogError("BrioDatabase") << "statement could not be sent: " << reason;
     return nullptr;
   }
-  if (take != nullptr) { PQsetSingleRowMode(connection_.get()); }
-  ResultHandle result = CollectResult(take);
+  if (take != nullptr && PQsetSingleRowMode(connection_.get()) == 0) {
+    return GiveUp("its rows cannot be had one by one");
+  }
+  ResultHandle result = CollectResult(patience, &statement, take);
   if (!IsGood(result.get())) {
     ReportError(result.get(), statement.text);
-    if (!IsUsable() || IsCopy(result.get())) {
-      connection_.reset();
-    } else if (readsOneState_ && PQtransactionStatus(connection_.get()) == PQTRANS_INERROR) {
-      RunOwn("ROLLBACK");
-    }
+    if (!IsUsable() || IsCopy(result.get())) { connection_.reset(); }
   }
   return result;
 }
 
 void PostgreSQLSession::Close() noexcept {
+  if (isGivingRows_) {  // the statement that does so ends first
+    isToClose_ = true;
+    return;
+  }
   try {
-    if (readsOneState_ && IsUsable() && PQtransactionStatus(connection_.get()) == PQTRANS_INTRANS) {
-      NotifyStep(DatabaseStep::Commit, "COMMIT");
-      timeout_ = std::min(timeout_, kLongestFarewell);
-      RunOwn("COMMIT");
-    }
+    if (readsOneState_) { Commit(); }
   } catch (...) {  // NOLINT(bugprone-empty-catch): nothing was written, so nothing is lost
   }
   connection_.reset();
 }
 
-bool PostgreSQLSession::Begin() {
-  std::string begin =
-      "BEGIN ISOLATION LEVEL REPEATABLE READ, READ ONLY;"
-      "SET LOCAL TimeZone TO 'UTC';"
-      "SET LOCAL DateStyle TO 'ISO'";
-  if (timeout_ != kForEver) {
-    begin += ";SET LOCAL statement_timeout TO " + std::to_string(timeout_.count() * 1000);
-  }
+bool PostgreSQLSession::Begin(const Patience& patience) {
+  const std::string begin = BeginStatement(limits_.silence);
   NotifyStep(DatabaseStep::Begin, begin);
-  if (!RunOwn(begin)) { return false; }
+  if (!RunOwn(begin, patience)) { return false; }
   ++Counters::Instance().transactionsBegun;
   return true;
 }
 
-/// A constant text of our own, answered without rows.
-bool PostgreSQLSession::RunOwn(const std::string& text) {
+/// Ends the transaction, if there is one. That is waited for even when the load's time is used up.
+void PostgreSQLSession::Commit() {
+  if (!IsUsable() || PQtransactionStatus(connection_.get()) != PQTRANS_INTRANS) { return; }
+  NotifyStep(DatabaseStep::Commit, "COMMIT");
+  DatabaseTime time(2 * kLongestFarewell, DatabaseTime::Of::Statement);
+  RunOwn("COMMIT", {time, std::min(limits_.silence, kLongestFarewell)});
+}
+
+/// A text of our own, whose rows do not matter.
+bool PostgreSQLSession::RunOwn(const std::string& text, const Patience& patience) {
   if (PQsendQuery(connection_.get(), text.c_str()) == 0) {
     Lost(Trimmed(PQerrorMessage(connection_.get())));
     return false;
   }
-  const ResultHandle result = CollectResult();
+  const ResultHandle result = CollectResult(patience);
   if (IsGood(result.get())) { return true; }
   ReportError(result.get(), text);
   return false;
@@ -147,57 +162,88 @@ bool PostgreSQLSession::RunOwn(const std::string& text) {
 
 /// The first result that is not good, else the last; reads until the connection is ready for the next
 /// statement.
-ResultHandle PostgreSQLSession::CollectResult(const RowConsumer* take) {
+/// \param statement  whose columns the rows must have; null for any
+ResultHandle PostgreSQLSession::CollectResult(const Patience& patience, const Statement* statement,
+                                              const RowConsumer* take) {
   ResultHandle collected;
   for (;;) {
-    if (!WaitForData()) {
-      return Lost("no answer for " + std::to_string(timeout_.count()) + " s; the connection is closed");
-    }
+    if (const auto reason = WaitForData(patience)) { return GiveUp(*reason); }
     ResultHandle next(PQgetResult(connection_.get()));
     if (!next) { break; }
+    if (statement != nullptr && !HasColumns(next.get(), statement->columns)) {
+      return Refuse(next.get(), *statement);
+    }
     if (PQresultStatus(next.get()) == PGRES_SINGLE_TUPLE) {
-      GiveRow(next.get(), *take);
+      GiveRow(next.get(), *take, patience.time);
       continue;
     }
+    patience.time.Resume();
     if (!collected || IsGood(collected.get())) { collected = std::move(next); }
     if (IsCopy(collected.get())) { break; }
   }
+  given_.taken = patience.time.Paused();
   return collected ? std::move(collected) : Lost("the server gave no answer");
 }
 
-/// A consumer that throws leaves rows unread, and the connection of no more use.
-void PostgreSQLSession::GiveRow(const PGresult* row, const RowConsumer& take) {
-  try {
-    take(row, 0);
-  } catch (...) {
-    connection_.reset();
-    throw;
-  }
+/// From the first row on, time that is not spent in waiting for more is the consumer's.
+void PostgreSQLSession::GiveRow(const PGresult* row, const RowConsumer& take, DatabaseTime& time) {
+  time.Pause();
+  ++given_.count;
+  isGivingRows_ = true;
+  take(row, 0);
+  isGivingRows_ = false;
 }
 
-/// Sends what is left of the statement and waits for a result; false when the server has neither taken nor
-/// sent anything for the time allowed.
-bool PostgreSQLSession::WaitForData() {
+/// Sends what is left of the statement and waits for a result. \return why it is not waited for any longer,
+/// if so
+std::optional<std::string> PostgreSQLSession::WaitForData(const Patience& patience) {
+  PGconn* connection = connection_.get();
   for (;;) {
-    const int unsent = PQflush(connection_.get());
-    if (unsent < 0 || (unsent == 0 && PQisBusy(connection_.get()) == 0)) { break; }
+    const int unsent = PQflush(connection);
+    if (unsent < 0 || (unsent == 0 && PQisBusy(connection) == 0)) { break; }
+    DropNotifications(connection);
+    patience.time.Resume();
+    const auto now = DatabaseTime::Clock::now();
+    // A server that always has something to say is never waited for, and still has its time.
+    if (now >= patience.time.Deadline()) { return patience.time.Complaint(); }
+    const auto silence = RemainingOf(patience.silence, now);
+    const auto left = RemainingUntil(patience.time.Deadline(), now);
     const auto waitFor = unsent > 0 ? WaitFor::ReadOrWrite : WaitFor::Read;
-    if (!WaitForSocket(PQsocket(connection_.get()), waitFor, RemainingOf(timeout_, Clock::now()))) {
-      return false;
+    if (!WaitForSocket(PQsocket(connection), waitFor, std::min(silence, left))) {
+      if (left < silence) { return patience.time.Complaint(); }
+      return "no answer for " + std::to_string(patience.silence.count()) + " s";
     }
-    if (PQconsumeInput(connection_.get()) == 0) { break; }
+    if (PQconsumeInput(connection) == 0) { break; }
   }
-  return true;  // PQgetResult tells what happened
+  return std::nullopt;  // PQgetResult tells what happened
 }
 
-/// Closes the connection and makes the result that says so.
+/// Rows of another form than was asked for: whoever answers is not to be believed.
+ResultHandle PostgreSQLSession::Refuse(const PGresult* rows, const Statement& statement) {
+  LogError("BrioDatabase") << "the answer has " << PQnfields(rows) << " columns where " << statement.columns
+                           << " were asked for; the connection is closed: " << statement.text;
+  connection_.reset();
+  return FatalResult();
+}
+
+/// For a connection that is found lost.
 ResultHandle PostgreSQLSession::Lost(const std::string& reason) {
+  loadscope::NoteInterruption();
   LogError("BrioDatabase") << "connection to the database lost: " << reason;
   connection_.reset();
   return FatalResult();
 }
 
+/// For a connection that could go on.
+ResultHandle PostgreSQLSession::GiveUp(const std::string& reason) {
+  LogError("BrioDatabase") << "connection to the database lost: " << reason << "; the connection is closed";
+  connection_.reset();
+  return FatalResult();
+}
+
 void PostgreSQLSession::ReportError(const PGresult* result, const std::string& statement) const {
+  const bool isLost = connection_ && !IsUsable();
+  if (isLost || IsInterruption(result)) { loadscope::NoteInterruption(); }
   if (IsCopy(result)) {
     LogError("BrioDatabase") << "a COPY statement cannot be run here: " << statement;
     return;

@@ -2,16 +2,24 @@
 
 #include "database/Connect.h"
 #include "database/ConnectionString.h"
+#include "database/DatabaseTime.h"
 #include "database/LoadScopeSessions.h"
 #include "database/PostgreSQLSession.h"
+#include "framework/MessageLogger.h"
 
 namespace brio::dbi {
 namespace {
 
 /// The one place that knows what kinds of source there are.
 std::shared_ptr<Session> OpenSession(const std::string& connectionString, int retries) {
-  ConnectionHandle connection = Connect(connectionString, retries);
-  return connection ? std::make_shared<PostgreSQLSession>(std::move(connection)) : nullptr;
+  const auto limits = TimeLimits::FromEnvironment();
+  const DatabaseTime time(limits.load);
+  if (time.IsUsedUp()) {
+    LogError("BrioDatabase") << "no connection is made: " << time.Complaint();
+    return nullptr;
+  }
+  ConnectionHandle connection = Connect(connectionString, retries, time.Deadline());
+  return connection ? std::make_shared<PostgreSQLSession>(std::move(connection), limits) : nullptr;
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <string>
 #include <vector>
@@ -9,11 +10,19 @@
 
 namespace brio::dbi {
 
-/// One statement with its parameters ($1, $2, …), and whether its values are wanted in binary form.
+/// One statement.
 struct Statement {
   std::string text;
-  std::vector<std::string> parameters;
-  bool binary = false;
+  std::vector<std::string> parameters;  ///< $1, $2, …
+  bool binary = false;                  ///< whether its values are wanted in binary form
+  int columns = 0;                      ///< how many its rows must have; 0 for any number
+  bool onlyReads = false;               ///< runs in a read-only transaction also outside a load
+};
+
+/// How many rows a statement gave to its consumer, and how long the consumer had them.
+struct GivenRows {
+  long count = 0;
+  std::chrono::nanoseconds taken{0};
 };
 
 /// An open source of answers: a connection to a server, or whatever else stands where a server stands.
@@ -26,11 +35,15 @@ public:
   Session& operator=(const Session&) = delete;
 
   /// Runs one statement. Null only when it could not be sent; a failure after that is a result with the
-  /// status PGRES_FATAL_ERROR, and is logged at error severity, category "BrioDatabase".
+  /// status PGRES_FATAL_ERROR, and is logged at error severity, category "BrioDatabase". Rows with another
+  /// number of columns than the statement's are such a failure, after which the session is closed.
   virtual ResultHandle Execute(const Statement& statement) = 0;
   /// The same for rows too many to keep: gives them to `take` as they arrive, also those before a failure.
-  /// The result has none.
+  /// The result has none. The consumer cannot use the session: what it asks there is not sent (null, with an
+  /// error logged), and closing waits until the rows have been given.
   virtual ResultHandle ExecuteByRow(const Statement& statement, const RowConsumer& take) = 0;
+  /// What the last statement gave to a consumer.
+  virtual GivenRows LastGiven() const { return {}; }
   /// False once the session was closed or its connection was lost.
   virtual bool IsUsable() const = 0;
   /// From now on statements read one consistent state of the source, which nothing can write to.

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <chrono>
 
+#include "database/LoadScopeSessions.h"
+#include "database/Quoted.h"
 #include "database/Session.h"
 #include "database/TableDefinition.h"
 #include "framework/MessageLogger.h"
@@ -13,18 +15,9 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-std::string Quoted(const std::string& identifier) {
-  std::string quoted = "\"";
-  for (const char character : identifier) {
-    if (character == '"') { quoted += '"'; }
-    quoted += character;
-  }
-  return quoted + '"';
-}
+double Milliseconds(Clock::duration time) { return std::chrono::duration<double, std::milli>(time).count(); }
 
-double MillisecondsSince(Clock::time_point start) {
-  return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
-}
+double MillisecondsSince(Clock::time_point start) { return Milliseconds(Clock::now() - start); }
 
 bool Contains(const std::vector<std::string>& list, const std::string& text) {
   return std::find(list.begin(), list.end(), text) != list.end();
@@ -130,18 +123,20 @@ std::string Table::QuotedName() const {
   return (schema.empty() ? std::string() : Quoted(schema) + ".") + Quoted(name_);
 }
 
-std::string Table::SelectStatement(std::vector<std::string>& parameters) const {
-  std::string select = "SELECT ";
-  bool first = true;
+Statement Table::SelectStatement() const {
+  Statement statement;
+  statement.onlyReads = true;
+  std::string& select = statement.text;
+  select = "SELECT ";
   for (const auto& column : columns_) {
     if (Contains(excluded_, column.Name())) { continue; }
-    select += (first ? "" : ", ") + Quoted(column.Name());
-    first = false;
+    select += (statement.columns == 0 ? "" : ", ") + Quoted(column.Name());
+    ++statement.columns;
   }
   select += " FROM " + QuotedName();
   const auto parameter = [&](const ColumnDef& bound) {
-    parameters.push_back(bound.Value());
-    return "$" + std::to_string(parameters.size());
+    statement.parameters.push_back(bound.Value());
+    return "$" + std::to_string(statement.parameters.size());
   };
   for (std::size_t i = 0; i < validityLower_.size(); ++i) {
     const std::string column = Quoted(validityLower_[i].Name());
@@ -157,7 +152,7 @@ std::string Table::SelectStatement(std::vector<std::string>& parameters) const {
     select +=
         (i == 0 ? " ORDER BY " : ", ") + Quoted(order_[i]) + (orderDescending_ ? " DESC NULLS LAST" : "");
   }
-  return select;
+  return statement;
 }
 
 bool Table::Load() {
@@ -172,8 +167,7 @@ bool Table::Load() {
     return false;
   }
   if (!GetConnection(0)) { return false; }
-  Statement statement;
-  statement.text = SelectStatement(statement.parameters);
+  const Statement statement = SelectStatement();
   const auto start = Clock::now();
   ResultHandle result = session_->Execute(statement);
   if (timeQueries_) {
@@ -216,21 +210,35 @@ bool Table::GetConnection(int retries) {
   return session_ != nullptr;
 }
 
-bool Table::ExecuteSQL(std::string statement, PGresult*& result) {
-  return Execute(result, [&] { return session_->Execute({std::move(statement), {}, false}); });
+bool Table::ExecuteSQL(std::string statement, PGresult*& result, int columns) {
+  return Execute(result, [&](Session& session) {
+    return session.Execute({std::move(statement), {}, false, columns});
+  });
 }
 
-bool Table::ExecuteSQL(std::string statement, const RowConsumer& take, PGresult*& result) {
-  return Execute(result, [&] { return session_->ExecuteByRow({std::move(statement), {}, false}, take); });
+bool Table::ExecuteSQL(std::string statement, const RowConsumer& take, PGresult*& result, int columns) {
+  return Execute(result, [&](Session& session) {
+    return session.ExecuteByRow({std::move(statement), {}, false, columns}, take);
+  });
 }
 
 template <class Run>
 bool Table::Execute(PGresult*& result, Run run) {
   result = nullptr;
-  if (!session_) { return false; }
+  // A consumer may make the table give its connection up.
+  const auto session = session_;
+  if (!session) { return false; }
   const auto start = Clock::now();
-  result = run().release();
-  if (timeQueries_) { LogInfo("BrioDatabase") << "query took " << MillisecondsSince(start) << " ms"; }
+  ResultHandle handle = run(*session);
+  const GivenRows given = session->LastGiven();
+  if (timeQueries_) {
+    LogInfo("BrioDatabase") << "query took " << Milliseconds(Clock::now() - start - given.taken) << " ms";
+  }
+  if (given.count > 0 && (timeParsing_ || loadscope::TimesParsing())) {
+    LogInfo("BrioDatabase") << "parsing " << given.count << " rows took " << Milliseconds(given.taken)
+                            << " ms";
+  }
+  result = handle.release();
   return result != nullptr;
 }
 

@@ -16,14 +16,15 @@
 namespace brio::dbi {
 
 class Session;
+struct Statement;
 
 /// One database table: configured from a definition file, narrowed to a selection, loaded, and read row by
 /// row and column by column. The same object lends its connection for hand-written SQL.
 ///
 /// The detector and the table type choose the database (see docs/operators.md for BRIO_DATABASE); type 2 is
 /// the hardware database, any other the run database. Within a load of RunHistory all tables of one database
-/// share a connection and a read-only transaction; elsewhere a table has a connection of its own. One thread
-/// uses a table at a time.
+/// share a connection and a read-only transaction; elsewhere a table has a connection of its own, and each
+/// Load a read-only transaction on it, unless the client began one. One thread uses a table at a time.
 class Table {
 public:
   /// The table type of the hardware database.
@@ -46,9 +47,10 @@ public:
   void SetTableType(int type);
   /// Overrides the schema that the definition file names.
   void SetSubSchema(std::string schema) { subSchema_ = std::move(schema); }
-  /// Log the wall time of every statement at info severity.
+  /// Log the wall time of every statement, less that of a consumer of its rows, at info severity.
   void SetTimeQueries(bool on) { timeQueries_ = on; }
-  /// Log the wall time of turning a statement's rows into Row objects at info severity.
+  /// Log the wall time of turning a statement's rows into Row objects, or of a consumer that takes them one
+  /// by one, at info severity.
   void SetTimeParsing(bool on) { timeParsing_ = on; }
   /// Adds a column that Load does not fetch; its values are absent, its index stays.
   void AddExcludeCol(std::string name) { excluded_.push_back(std::move(name)); }
@@ -92,15 +94,19 @@ public:
   /// Makes sure that a connection is open. Failures that can pass (refused, starting up, too many clients,
   /// time-out) are tried again up to `retries` times, with pauses between; others are final at once.
   bool GetConnection(int retries);
-  /// Runs one statement on the open connection and hands over its result, which the caller frees with
-  /// PQclear. \return false, with a null result, only when the statement could not be sent. When the server
-  /// answered
+  /// Runs one statement on the open connection, as that has it (outside a load without a transaction and
+  /// settings of ours), and hands over its result, which the caller frees with
+  /// PQclear.
+  /// \param columns  how many the rows must have; other rows are a failed statement. 0 takes any, so that the
+  ///                 caller has to look (PQnfields) before it reads a value
+  /// \return false, with a null result, only when the statement could not be sent. When the server answered
   ///         with an error, or the connection was lost or timed out after sending, the result has the status
   ///         PGRES_FATAL_ERROR.
-  bool ExecuteSQL(std::string statement, PGresult*& result);
+  bool ExecuteSQL(std::string statement, PGresult*& result, int columns = 0);
   /// The same for rows too many to keep: gives them to `take` as they arrive, also those before a failure.
-  /// The result has none.
-  bool ExecuteSQL(std::string statement, const RowConsumer& take, PGresult*& result);
+  /// The result has none. While it gives rows the connection takes no other statement (false, with an error
+  /// logged), and the table must live on.
+  bool ExecuteSQL(std::string statement, const RowConsumer& take, PGresult*& result, int columns = 0);
   /// Gives the connection up; harmless when there is none.
   void CloseConnection();
 
@@ -108,7 +114,7 @@ private:
   bool SetValidityText(const std::string& column, const std::string& lower, const std::string& upper);
   void ForgetRows();
   bool MakeRows(PGresult* result);
-  std::string SelectStatement(std::vector<std::string>& parameters) const;
+  Statement SelectStatement() const;
   std::string QuotedName() const;
   template <class Run>
   bool Execute(PGresult*& result, Run run);

@@ -37,4 +37,10 @@ std::chrono::milliseconds RemainingOf(std::chrono::seconds limit,
   return std::max(left, std::chrono::milliseconds(0));
 }
 
+std::chrono::milliseconds RemainingUntil(std::chrono::steady_clock::time_point deadline,
+                                         std::chrono::steady_clock::time_point now) {
+  if (deadline == std::chrono::steady_clock::time_point::max()) { return std::chrono::milliseconds::max(); }
+  return std::max(std::chrono::ceil<std::chrono::milliseconds>(deadline - now), std::chrono::milliseconds(0));
+}
+
 }  // namespace brio::dbi

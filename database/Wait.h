@@ -16,4 +16,9 @@ bool WaitForSocket(int socket, WaitFor what, std::chrono::milliseconds limit);
 std::chrono::milliseconds RemainingOf(std::chrono::seconds limit,
                                       std::chrono::steady_clock::time_point since);
 
+/// The time from one moment to a later one, rounded up; never negative. A `deadline` of
+/// std::chrono::steady_clock::time_point::max() is never reached.
+std::chrono::milliseconds RemainingUntil(std::chrono::steady_clock::time_point deadline,
+                                         std::chrono::steady_clock::time_point now);
+
 }  // namespace brio::dbi

@@ -1,6 +1,9 @@
 # What the scripts share; sourced, never run.
 # shellcheck shell=bash
 
+# What a script starts connects to the private server, wherever the caller's variables lead libpq.
+unset -v "${!PG@}"
+
 repository=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 readonly repository
 

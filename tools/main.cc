@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 
 #include "tools/shared/Console.h"
+#include "tools/shared/StandardStreams.h"
 #include "tools/verbs/Verb.h"
 
 namespace {
@@ -31,6 +32,14 @@ constexpr const char* kFooter =
     "Exit status: 0 answered; 1 the run or its data could not be had; 2 wrong usage.\n"
     "`runhistory VERB --help` shows a verb's options.";
 
+/// A status, unless what was to be answered could not be written, to a full disk say: then there is no
+/// answer.
+ExitStatus Written(ExitStatus status) {
+  if (std::cout.flush() && console::Answer().flush()) { return status; }
+  console::Say("runhistory: cannot write to standard output");
+  return kUnavailable;
+}
+
 int Run(int argc, char** argv) {
   CLI::App command(kDescription, "runhistory");
   command.footer(kFooter);
@@ -51,22 +60,18 @@ int Run(int argc, char** argv) {
 
   try {
     command.parse(argc, argv);
-  } catch (const CLI::ParseError& error) { return command.exit(error) == 0 ? kAnswered : kWrongUsage; }
+  } catch (const CLI::ParseError& error) {
+    return command.exit(error) == 0 ? Written(kAnswered) : kWrongUsage;
+  }
 
   ApplyToProcess(options);
-  const ExitStatus status = action();
-  // An answer that could not be written, to a full disk say, is none.
-  const bool written = std::cout.flush() && console::Answer().flush();
-  if (!written) {
-    console::Say("runhistory: cannot write to standard output");
-    return kUnavailable;
-  }
-  return status;
+  return Written(action());
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+  OccupyStandardStreams();
   try {
     return Run(argc, argv);
   } catch (const std::exception& error) {

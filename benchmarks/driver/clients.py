@@ -66,7 +66,8 @@ def storm(table, programs, folder, server_socket, clients):
     reports = {"pooler": [], "direct": []}
     template = os.environ["BRIO_DATABASE"]
     with Pooler(folder, server_socket):
-        pooled = {**os.environ, "BRIO_DATABASE": template.replace(f"host={server_socket}", f"host={folder} port={PORT}")}
+        through_pooler = template.replace(f"host={server_socket} port=5432", f"host={folder} port={PORT}")
+        pooled = {**os.environ, "BRIO_DATABASE": through_pooler}
         for number in range(programs.rounds):
             command = [programs.path("clients"), "--clients", str(clients)]
             reports["pooler"].append(programs.report(command, env=pooled))

@@ -112,6 +112,7 @@ class Loads:
             for key, text, unit in (("milliseconds", milliseconds, "time"), ("peak_kilobytes", megabytes, "memory")):
                 values = [median(reports[str(n)], key) for n in sizes]
                 slope, intercept = statistics.linear_regression(boards, values)
-                off = max(abs(value - (intercept + slope * n)) / value for n, value in zip(boards, values))
+                # From the middle half of the rounds: noise that moves a median is no bend.
+                off = max(value.outside(intercept + slope * n) / value for n, value in zip(boards, values))
                 table.at_most(f"{what}, {unit}: {', '.join(text(value) for value in values)}; farthest off a line",
                               100 * off, 10, lambda percent: f"{percent:.1f} %")

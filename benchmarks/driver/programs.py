@@ -2,9 +2,10 @@
 
 import json
 import os
-import statistics
 import subprocess
 import sys
+
+from driver.table import Measured
 
 
 class Programs:
@@ -38,7 +39,7 @@ class Programs:
 
 
 def median(reports, key="milliseconds"):
-    return statistics.median(report[key] for report in reports)
+    return Measured([report[key] for report in reports])
 
 
 def say(text):

@@ -3,6 +3,24 @@
 import os
 import platform
 import re
+import statistics
+
+
+class Measured(float):
+    """The median of several rounds, which knows between what values the middle half of them lies."""
+
+    def __new__(cls, rounds):
+        return super().__new__(cls, statistics.median(rounds))
+
+    def __init__(self, rounds):
+        super().__init__()
+        ordered = sorted(rounds)
+        quarter = len(ordered) // 4
+        self.low, self.high = ordered[quarter], ordered[-1 - quarter]
+
+    def outside(self, value):
+        """How far a value is from the middle half."""
+        return max(self.low - value, value - self.high, 0.0)
 
 
 class Table:
@@ -63,16 +81,22 @@ class Table:
         return "\n".join(lines)
 
 
+def _text(value, number, unit):
+    """A value, and the middle half of its rounds in brackets where that is a different text."""
+    text, low, high = (number(v) for v in (value, getattr(value, "low", value), getattr(value, "high", value)))
+    return f"{text} {unit}" if low == high else f"{text} {unit} ({low}-{high})"
+
+
 def milliseconds(value):
-    return f"{value:.1f} ms" if value < 100 else f"{value:.0f} ms"
+    return _text(value, lambda v: f"{v:.1f}" if v < 100 else f"{v:.0f}", "ms")
 
 
 def nanoseconds(value):
-    return f"{value:.1f} ns" if value < 100 else f"{value:.0f} ns"
+    return _text(value, lambda v: f"{v:.2f}" if v < 10 else f"{v:.1f}" if v < 100 else f"{v:.0f}", "ns")
 
 
 def megabytes(kilobytes):
-    return f"{kilobytes / 1024:.1f} MB"
+    return _text(kilobytes, lambda v: f"{v / 1024:.1f}", "MB")
 
 
 def machine(postgresql_version):

@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 
+#include "database/Timing.h"
 #include "framework/MessageLogger.h"
 
 namespace dbutils {
@@ -36,7 +37,8 @@ brio::dbi::ResultHandle QueryConfiguration(brio::dbi::DatabaseKind database, con
   }
   const auto session = brio::dbi::AcquireSession(detector, database, 0);
   if (!session) { return nullptr; }
-  auto rows = session->Execute({statement, {std::to_string(configId), ArrayText(dcmNames)}, true});
+  auto rows =
+      brio::dbi::TimedExecute(*session, {statement, {std::to_string(configId), ArrayText(dcmNames)}, true});
   return PQresultStatus(rows.get()) == PGRES_TUPLES_OK ? std::move(rows) : nullptr;
 }
 

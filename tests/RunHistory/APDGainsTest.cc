@@ -51,6 +51,21 @@ TEST(APDGains, ReachTheirBoard) {
   EXPECT_THAT(messages.Texts(Severity::Error, "RunHistory"), IsEmpty());
 }
 
+TEST(APDGains, AreStoredAfterTheBoardsOfTheMapWereCounted) {
+  ConfiguredSite site;
+  site.AddRun(kRun, 77, {"dcm-2-01-01", "dcm-2-02-01", kDCM});
+  site.AddBoard(3, 5, 7);
+  site.AddBoard(3, 6, 8);
+  RunHistory run(kRun, "Birch");
+  const CapturedOutput output;
+  ASSERT_TRUE(run.LoadHardwareInfo());
+  ASSERT_EQ(run.NInstrumentedFEBs(), 1);
+  Peer::DiBlocks(run).at(2).dcms.at(4).febs.at(7).pixelGains.resize(16);
+  EXPECT_THROW(run.LoadAPDSettings(), std::out_of_range);
+  EXPECT_EQ(run.NInstrumentedFEBs(), 2) << "those of the map";
+  EXPECT_FALSE(Peer::LoadedFlags(run).apdSettings);
+}
+
 TEST(APDGains, TooFarFromNominalAreReportedAndReplaced) {
   ConfiguredSite site;
   site.AddRun(kRun, 77, {"dcm-2-01-01", "dcm-2-02-01", kDCM});

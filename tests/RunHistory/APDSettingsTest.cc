@@ -1,5 +1,6 @@
 // Voltages and temperatures that LoadAPDSettings stores.
 #include <cstdlib>
+#include <limits>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -58,6 +59,22 @@ TEST(APDSettingsLoad, NarrowsTheTemperature) {
   const CapturedOutput output;
   ASSERT_TRUE(run.LoadAPDSettings());
   EXPECT_EQ(BoardsOf(run, 5)[0].temperature, static_cast<float>(-15.123456789012345));
+}
+
+TEST(APDSettingsLoad, ATemperatureOutOfAFloatsRangeIsInfinite) {
+  const ConfiguredSite site;
+  site.AddRun(kRun, 77, {kDCM});
+  site.AddSettings(77, kDCM, 0, "true", "1e300", "400");
+  site.AddSettings(77, kDCM, 1, "true", "-1e300", "400");
+  site.AddSettings(77, kDCM, 2, "true", "3.4028235677973362e38", "400");
+  RunHistory run(kRun, "Birch");
+  const CapturedOutput output;
+  ASSERT_TRUE(run.LoadAPDSettings());
+  const auto& boards = BoardsOf(run, 5);
+  constexpr float kInfinity = std::numeric_limits<float>::infinity();
+  EXPECT_EQ(boards[0].temperature, kInfinity);
+  EXPECT_EQ(boards[1].temperature, -kInfinity);
+  EXPECT_EQ(boards[2].temperature, std::numeric_limits<float>::max()) << "rounded, as within the range";
 }
 
 TEST(APDSettingsLoad, ATemperatureThatWasNotRecordedIsThatOfThePortBefore) {

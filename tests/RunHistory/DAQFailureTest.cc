@@ -46,6 +46,14 @@ TEST(DAQFailure, ADetectorsNameThatNobodyHasThrows) {
   EXPECT_EQ(Peer::NDCMs(run), 0U) << "the count begins anew before the name is looked at";
 }
 
+TEST(DAQFailure, ARunThatIsMissingIsAskedForTwiceByItsFirstSubrun) {
+  RunDatabase database;
+  auto run = database.Run();
+  const auto activity = ActivityOf([&] { EXPECT_EQ(run.SubrunTStart(0), 1262304000); });
+  EXPECT_EQ(activity.error, std::string(kNoEntry) + kMissing) << "the run's own start loads too";
+  EXPECT_EQ(activity.statements, 1);
+}
+
 /// Something that makes a load fail, and its repair.
 struct Fault {
   const char* name;

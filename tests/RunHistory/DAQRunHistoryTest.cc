@@ -93,7 +93,7 @@ TEST(DAQRunHistory, GroupsDCMsIntoDiBlocks) {
     EXPECT_EQ(dcm.isActive, active);
     EXPECT_EQ(dcm.number, i + 1);
     EXPECT_EQ(dcm.diBlock, active ? 3 : 0xFFFF);
-    EXPECT_EQ(dcm.febs.size(), active ? 64U : 0U);
+    ASSERT_EQ(dcm.febs.size(), active ? 64U : 0U);
     EXPECT_EQ(dcm.nInstrumentedFEBs, 0);
   }
   EXPECT_FALSE(third.dcms[0].febs[63].isInstalled);
@@ -176,8 +176,8 @@ TEST_P(AnyDetector, TakesRowsOfEveryName) {
   database.AddResource("'bnevb'", "'bnevb-001'", "''");
   database.AddDCM("dcm-3-02-12");
   auto run = database.Run();
-  EXPECT_TRUE(run.LoadDAQRunHistory());
-  EXPECT_THAT(ActiveNames(run), ElementsAre("dcm-3-01-01", "dcm-3-01-02", "dcm-3-02-12"));
+  ASSERT_TRUE(run.LoadDAQRunHistory());
+  ASSERT_THAT(ActiveNames(run), ElementsAre("dcm-3-01-01", "dcm-3-01-02", "dcm-3-02-12"));
   EXPECT_THAT(BuilderNames(run), ElementsAre("bnevb-001"));
   EXPECT_EQ(run.GetDiBlocks()[0].dcms.size(), 12U);
   EXPECT_EQ(Peer::NDCMs(run), 3U);
@@ -199,7 +199,18 @@ TEST_P(RunOfTheDatabase, IsRead) {
 
 INSTANTIATE_TEST_SUITE_P(RunNumbers, RunOfTheDatabase, testing::Values(10000, 999999));
 
-TEST(DAQRunHistory, TakesTheFirstRowOfARunAndOneSetOfResources) {
+TEST(DAQRunHistory, OfTwoRowsOfADCMHoldsTheLater) {
+  RunDatabase database;
+  database.AddRun();
+  database.AddDCM("dcm-2-01-01-b");
+  database.AddDCM("dcm-2-01-01-a");
+  auto run = database.Run();
+  EXPECT_TRUE(run.LoadDAQRunHistory());
+  EXPECT_THAT(ActiveNames(run), ElementsAre("dcm-2-01-01-b")) << "in the order of their names";
+  EXPECT_EQ(Peer::NDCMs(run), 2U);
+}
+
+TEST(DAQRunHistory, HasOneSetOfResourcesWhereRowsAreDoubled) {
   RunDatabase database;
   database.AddRun();
   database.AddRun();

@@ -127,10 +127,11 @@ TEST_F(SubrunRecords, KeepTheDefaultsOfWhatIsMalformedAndSaySo) {
   EXPECT_EQ(records[0].flag, 0);
   EXPECT_EQ(records[0].miprate, 0.0F);
   EXPECT_EQ(records[0].ngooddb, 0);
+  EXPECT_EQ(records[0].numslc, 0.0F) << "too large for a float";
   ExpectEqual(records[1], {kRun, 2, -7, 3, 150.0F, 14, 0.25F, 1.0F});
   const std::string prefix = "Column::Get(): Bad_lexical_cast! Value = ";
-  EXPECT_THAT(output.StandardError(),
-              testing::StartsWith(prefix + "40000\n" + prefix + "3.5\n" + prefix + "fast\n" + prefix + "\n"));
+  EXPECT_EQ(output.StandardError(),
+            prefix + "40000\n" + prefix + "3.5\n" + prefix + "fast\n" + prefix + "\n" + prefix + "1e400\n");
 }
 
 TEST_F(SubrunRecords, CarryTheRunNumberOfTheQuestion) {

@@ -4,6 +4,7 @@
 #include <stdexcept>
 
 #include "RunHistory/RunHistory.h"
+#include "experiment/DAQChannelMap.h"
 #include "tests/RunHistory/Activity.h"
 #include "tests/RunHistory/Peer.h"
 
@@ -106,6 +107,7 @@ INSTANTIATE_TEST_SUITE_P(
         Configuration{"Alder", {{1, 192}, {2, 192}, {4, 53}}, 3U},
         Configuration{"Alder", {{0, 192}, {1, 192}, {2, 192}, {3, 45}}, 7U},
         Configuration{"Alder", {{1, 192}, {2, 192}, {3, 192}, {4, 53}, {5, 192}}, 15U},
+        Configuration{"Alder", {{0, 192}, {1, 192}, {2, 192}, {3, 192}, {4, 192}}, 7U},
         Configuration{"Alder", {{5, 192}, {6, 192}}, 0U}, Configuration{"Cedar", {{1, 768}, {2, 768}}, 0U},
         Configuration{"Fenwick", {{1, 768}}, 0U}));
 
@@ -122,7 +124,7 @@ TEST(GetDiBlock, GivesACopyByPosition) {
   auto diblock = run.GetDiBlock(1, false);
   EXPECT_EQ(diblock.number, 9);
   EXPECT_EQ(diblock.nInstrumentedFEBs, 2);
-  EXPECT_EQ(diblock.dcms.size(), 12U);
+  ASSERT_EQ(diblock.dcms.size(), 12U);
   diblock.dcms[0].appName = "changed";
   EXPECT_EQ(run.GetDiBlocks()[1].dcms[0].appName, "");
   EXPECT_EQ(run.GetDiBlock(0, true).number, 5);
@@ -136,6 +138,17 @@ TEST(GetDiBlock, ThrowsForAPositionThatThereIsNot) {
   }
   EXPECT_EQ(ThrownBy([&] { RunWith("Birch", {}).GetDiBlock(0, false); }),
             "RunHistory::GetDiBlock: invalid diblock!");
+}
+
+TEST(HasAPD, OfADiBlockWithoutHardwareIsFalseBeforeTheMaskIsLoaded) {
+  auto run = RunWith("Birch", {{5, 1}});
+  Peer::DiBlocks(run)[0].isActive = true;
+  run.SetUseGoodDiBlockMask(true);
+  const auto channel =
+      daqchannelmap::DAQChannelMap::getInstance(briodaq::cnv::Birch)->encodeDChan(2, 5, 1, 0, 0);
+  const auto activity = ActivityOf([&] { EXPECT_FALSE(run.HasAPD(channel)); });
+  EXPECT_EQ(activity.attempts, 0);
+  EXPECT_FALSE(Peer::LoadedFlags(run).mask);
 }
 
 TEST(NLiveDCMs, CountsActiveDCMsOfAllDiBlocks) {

@@ -1,6 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "tests/RunHistory/Activity.h"
 #include "tests/RunHistory/Peer.h"
 #include "tests/RunHistory/RunDatabase.h"
@@ -27,6 +29,37 @@ struct FarHardware : testing::Test {
   }
   RunDatabase database;
 };
+
+TEST_F(FarHardware, OfADCMThatTookNoPartIsNotMarkedElsewhereEither) {
+  database.AddFarModule(4, 8, 3);
+  auto run = database.Run();
+  ASSERT_TRUE(run.LoadDAQRunHistory());
+  // Another entry of the same diblock, in which the DCM took part.
+  auto& diblocks = Peer::DiBlocks(run);
+  diblocks.push_back(diblocks[0]);
+  diblocks.back().dcms[7].isActive = true;
+  diblocks.back().dcms[7].febs.resize(64);
+  ActivityOf([&] { EXPECT_TRUE(run.LoadHardwareInfo()); });
+  EXPECT_THAT(Installed(run), IsEmpty()) << "the row is dropped";
+  EXPECT_TRUE(diblocks[0].isActive);
+  EXPECT_TRUE(diblocks.back().isActive);
+  EXPECT_EQ(run.NInstrumentedFEBs(), 0);
+}
+
+TEST_F(FarHardware, IsTimedWhenThatIsSwitchedOn) {
+  database.AddFarModule(4, 7, 0);
+  for (const bool on : {false, true}) {
+    auto run = database.Run();
+    ASSERT_TRUE(run.LoadDAQRunHistory());
+    run.SetTimeQueries(on);
+    const CapturedMessages messages("info");
+    ActivityOf([&] { EXPECT_TRUE(run.LoadHardwareInfo()); });
+    const auto texts = messages.Texts(Severity::Info, "BrioDatabase");
+    EXPECT_EQ(std::any_of(texts.begin(), texts.end(),
+                          [](const auto& text) { return text.rfind("query took ", 0) == 0; }),
+              on);
+  }
+}
 
 TEST_F(FarHardware, IsMarkedOnItsPortsAndCounted) {
   database.AddFarModule(4, 7, 0);

@@ -11,8 +11,9 @@ namespace {
 
 using dbi::RunHistory;
 using Peer = dbi::RunHistoryTestPeer;
-using testing::ElementsAre;
+using testing::ElementsAreArray;
 using testing::IsEmpty;
+using testing::Matcher;
 using testing::MatchesRegex;
 using testing::SizeIs;
 
@@ -185,6 +186,14 @@ auto Parsing(const std::string& table) {
   return MatchesRegex("parsing 1 rows of \"" + table + "\" took [0-9.e-]+ ms");
 }
 
+auto ConfigurationQuery(const std::string& table) {
+  return MatchesRegex("query took [0-9.e-]+ ms: SELECT .* FROM .*" + table + ".*");
+}
+auto GivenRows() { return MatchesRegex("parsing 32 rows took [0-9.e-]+ ms"); }
+auto Converting(const std::string& table) {
+  return MatchesRegex("converting 1 rows of " + table + " took [0-9.e-]+ ms");
+}
+
 constexpr const char* kRuns = "daq\".\"runs";
 constexpr const char* kResources = "daq\".\"daqresourcesbyrun";
 constexpr const char* kMask = "dataquality\".\"gooddiblocksvsrun";
@@ -192,15 +201,23 @@ constexpr const char* kPOT = "beam\".\"potbyrun";
 
 TEST_F(FilledCaches, TellWhatFillingThemTookWhenAsked) {
   site.Execute("DELETE FROM daq.daqresourcesbyrun WHERE resource_type = 'bnevb'");
+  const auto masks = ConfigurationQuery("daqconfig.enable_masks");
+  const auto thresholds = ConfigurationQuery("daqconfig.thresholds");
+  const auto settings = ConfigurationQuery("slowcontrol.apd_settings");
   EXPECT_THAT(TimesLogged(true, true),
-              ElementsAre(Query(kRuns), Parsing(kRuns), Query(kResources), Parsing(kResources), Query(kMask),
-                          Parsing(kMask), HardwareQuery(), HardwareQuery(), HardwareQuery(), HardwareQuery(),
-                          HardwareQuery(), Query(kPOT), Parsing(kPOT)));
-  EXPECT_THAT(TimesLogged(true, false),
-              ElementsAre(Query(kRuns), Query(kResources), Query(kMask), HardwareQuery(), HardwareQuery(),
-                          HardwareQuery(), HardwareQuery(), HardwareQuery(), Query(kPOT)));
+              ElementsAreArray<Matcher<std::string>>(
+                  {Query(kRuns), Parsing(kRuns), Converting("daq.runs"), Query(kResources),
+                   Parsing(kResources), Query(kMask), Parsing(kMask), Converting("daq.daqresourcesbyrun"),
+                   HardwareQuery(), masks, thresholds, settings, HardwareQuery(), GivenRows(),
+                   HardwareQuery(), HardwareQuery(), HardwareQuery(), Query(kPOT), Parsing(kPOT)}));
+  EXPECT_THAT(TimesLogged(true, false), ElementsAreArray<Matcher<std::string>>(
+                                            {Query(kRuns), Query(kResources), Query(kMask), HardwareQuery(),
+                                             masks, thresholds, settings, HardwareQuery(), HardwareQuery(),
+                                             HardwareQuery(), HardwareQuery(), Query(kPOT)}));
   EXPECT_THAT(TimesLogged(false, true),
-              ElementsAre(Parsing(kRuns), Parsing(kResources), Parsing(kMask), Parsing(kPOT)));
+              ElementsAreArray<Matcher<std::string>>(
+                  {Parsing(kRuns), Converting("daq.runs"), Parsing(kResources), Parsing(kMask),
+                   Converting("daq.daqresourcesbyrun"), GivenRows(), Parsing(kPOT)}));
   EXPECT_THAT(TimesLogged(false, false), IsEmpty());
 }
 

@@ -92,6 +92,7 @@ TEST(HardwareMapping, HardwareOutsideTheListedLocationsIsNotCounted) {
   const test::CapturedMessages messages("debug");
   test::MapHardware(run);
   EXPECT_EQ(gLocToFA.size(), 2U);
+  ASSERT_FALSE(messages.Texts(Severity::Debug, "RunHistory").empty());
   EXPECT_EQ(messages.Texts(Severity::Debug, "RunHistory").back(),
             "there are 10751 locations without hardware");
 }

@@ -6,6 +6,7 @@
 #include <limits>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -195,6 +196,31 @@ TEST(NumberText, IntegersThatDoNotFitAreTheNearestThatDo) {
   EXPECT_EQ(IntegerIn("-99999999999999999999999999"), kSmallest);
   EXPECT_EQ(IntegerIn("99999999999999999999999999abc"), kLargest);
   EXPECT_EQ(IntegerIn(std::string(100'000, '9')), kLargest);
+}
+
+TEST(NumberText, NumbersOutOfAFloatsRangeAreWhatTheCLibraryReads) {
+  constexpr float kInfinity = std::numeric_limits<float>::infinity();
+  constexpr float kLargest = std::numeric_limits<float>::max();
+  for (const auto& [text, expected] :
+       {std::pair("3.4028234e38", 3.4028234e38F),
+        {"3.4028234663852886e38", kLargest},
+        {"3.4028235677973362e38", kLargest},  // a bit below the middle between it and the next step
+        {"3.4028235677973367e38", kInfinity},
+        {"3.5e38", kInfinity},
+        {"1e300", kInfinity},
+        {"1e400", kInfinity},
+        {"inf", kInfinity},
+        {"1e-300", 0.0F},
+        {"1e-45", 1e-45F},
+        {"0.1", 0.1F},
+        {"100", 100.0F}}) {
+    EXPECT_EQ(FloatIn(text), expected) << text;
+    EXPECT_EQ(FloatIn(("-" + std::string(text)).c_str()), -expected) << "-" << text;
+    EXPECT_EQ(FloatIn(text), std::strtof(text, nullptr)) << text;
+  }
+  EXPECT_TRUE(std::isnan(FloatIn("nan")));
+  EXPECT_TRUE(std::signbit(FloatIn("-1e-300")));
+  EXPECT_EQ(FloatIn("abc"), 0.0F);
 }
 
 TEST(NumberText, DoesNotFollowTheLocale) {

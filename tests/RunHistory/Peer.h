@@ -40,7 +40,12 @@ struct RunHistoryTestPeer {
     run.apdSettingsLoaded = apdSettings;
   }
 
-  static std::vector<RunHistory::DiBlock>& DiBlocks(RunHistory& run) { return run.diBlocks; }
+  /// To be changed at any time, so that from now on the questions read them afresh.
+  static std::vector<RunHistory::DiBlock>& DiBlocks(RunHistory& run) {
+    run.boardIndex.Disable();
+    return run.diBlocks;
+  }
+  static unsigned int IndexedFacts(const RunHistory& run) { return run.boardIndex.Facts(); }
   static std::vector<RunHistory::BNEVB>& BNEVBs(RunHistory& run) { return run.bnevbs; }
   static std::vector<Subrun>& Subruns(RunHistory& run) { return run.subruns; }
   static std::string& TStartText(RunHistory& run) { return run.tStartText; }

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <type_traits>
+#include <utility>
 
 #include "RunHistory/RunHistory.h"
 #include "tests/RunHistory/Activity.h"
@@ -22,6 +23,16 @@ static_assert(std::has_virtual_destructor_v<RunHistory>);
 static_assert(!std::is_constructible_v<RunHistory, int, int>, "0 is never taken for a name");
 static_assert(!std::is_constructible_v<RunHistory, int, std::nullptr_t>);
 static_assert(std::is_copy_constructible_v<RunHistory> && std::is_copy_assignable_v<RunHistory>);
+
+static_assert(std::is_nothrow_move_constructible_v<RunHistory>);
+static_assert(std::is_nothrow_move_assignable_v<RunHistory>);
+
+template <class T, class = void>
+struct BuildsSimulatedRunsForAnyone : std::false_type {};
+template <class T>
+struct BuildsSimulatedRunsForAnyone<T, std::void_t<decltype(std::declval<T&>().BuildMC())>> : std::true_type {
+};
+static_assert(!BuildsSimulatedRunsForAnyone<RunHistory>::value);
 
 void ExpectFresh(RunHistory& run) {
   EXPECT_EQ(Peer::LoadedFlags(run), Peer::Flags());
@@ -226,6 +237,99 @@ TEST(RunHistoryObject, CopiesAreIndependent) {
   run.SetRunNumber(kSimulatedRun + 1);
   EXPECT_EQ(copy.GetDiBlocks().size(), 14U);
   EXPECT_EQ(Peer::LoadedFlags(copy), kAllButDQ);
+}
+
+/// A loaded run with a client's settings and records.
+RunHistory UsedRun() {
+  RunHistory run = LoadedRun();
+  run.SetTimeQueries(true);
+  run.SetTimeParsing(true);
+  run.SetApplyAnalysisMask(true);
+  run.SetUseGoodDiBlockMask(true);
+  run.SetUseCustomMask(true);
+  run.SetCustomDiBlockMask(3);
+  run.SetAbortIfNoMask(true);
+  run.SetAbortIfRunMissing(true);
+  run.SetMaxLoadRetries(4);
+  run.SetDBInfo("one", "two", "three", "four");
+  run.SetChanInfo(geo::OfflineChan(1, 2), 0.5F, 0.25F, 10);
+  run.SetIsBad(geo::OfflineChan(1, 2), true, 10);
+  Peer::TStartText(run) = "2016-03-01 03:00:00";
+  Peer::TStopText(run) = "2016-03-01 11:50:00";
+  Peer::ConfigId(run) = 1003;
+  Peer::NTriggers(run) = 7;
+  Peer::NDCMs(run) = 8;
+  Peer::TotalPOT(run) = 9.0F;
+  Peer::BNEVBs(run).resize(2);
+  Peer::Subruns(run).resize(3);
+  return run;
+}
+
+void ExpectUsed(RunHistory& run) {
+  EXPECT_EQ(run.GetRunNumber(), kSimulatedRun);
+  EXPECT_EQ(run.GetDetectorId(), briodaq::cnv::Birch);
+  EXPECT_EQ(run.GetDetectorName(), "Birch");
+  EXPECT_TRUE(run.IsMC());
+  EXPECT_EQ(run.NSubruns(), 64);
+  EXPECT_TRUE(Peer::LoadedFlags(run).daq);
+  EXPECT_EQ(run.GetDiBlocks().size(), 14U);
+  EXPECT_TRUE(Peer::TimeQueries(run) && Peer::TimeParsing(run) && Peer::ApplyAnalysisMask(run));
+  EXPECT_TRUE(Peer::UseGoodDiBlockMask(run) && Peer::UseCustomMask(run));
+  EXPECT_TRUE(Peer::AbortIfNoMask(run) && Peer::AbortIfRunMissing(run));
+  EXPECT_EQ(Peer::CustomDiBlockMask(run), 3);
+  EXPECT_EQ(Peer::MaxLoadRetries(run), 4);
+  EXPECT_THAT(Peer::DBInfo(run), ElementsAre("one", "two", "three", "four"));
+  EXPECT_EQ(Peer::TStartText(run), "2016-03-01 03:00:00");
+  EXPECT_EQ(Peer::TStopText(run), "2016-03-01 11:50:00");
+  EXPECT_EQ(run.GetConfigId(), 1003);
+  EXPECT_EQ(run.NTriggers(), 7);
+  EXPECT_EQ(Peer::NDCMs(run), 8U);
+  EXPECT_EQ(run.GetTotalPOT(), 9.0F);
+  EXPECT_EQ(run.GetBNEVBs().size(), 2U);
+  EXPECT_EQ(run.GetSubruns().size(), 3U);
+  EXPECT_EQ(run.Occupancy(geo::OfflineChan(1, 2), 20), 0.5F);
+  EXPECT_TRUE(run.IsBad(geo::OfflineChan(1, 2), 20));
+}
+
+/// As made without arguments.
+void ExpectDefaultMade(RunHistory& run) {
+  EXPECT_EQ(run.GetRunNumber(), -1);
+  EXPECT_EQ(run.NSubruns(), -1);
+  EXPECT_EQ(run.GetDetectorId(), briodaq::cnv::Unknown);
+  EXPECT_EQ(run.GetDetectorName(), "Unknown");
+  ExpectFresh(run);
+}
+
+TEST(RunHistoryObject, MovedFromIsAsMadeWithoutArguments) {
+  RunHistory run = UsedRun();
+  const auto* board = run.GetDiBlocks()[0].dcms[0].febs.data();
+  RunHistory moved(std::move(run));
+  ExpectUsed(moved);
+  EXPECT_EQ(moved.GetDiBlocks()[0].dcms[0].febs.data(), board) << "nothing is copied";
+  ExpectDefaultMade(run);  // NOLINT(bugprone-use-after-move,clang-analyzer-cplusplus.Move)
+
+  RunHistory assigned(13000, "Alder");
+  assigned.SetIsBad(geo::OfflineChan(3, 4), true, 10);
+  assigned = std::move(moved);
+  ExpectUsed(assigned);
+  EXPECT_FALSE(assigned.IsBad(geo::OfflineChan(3, 4), 20)) << "what was there is gone";
+  ExpectDefaultMade(moved);  // NOLINT(bugprone-use-after-move,clang-analyzer-cplusplus.Move)
+}
+
+TEST(RunHistoryObject, MovedFromCanBeUsedAgain) {
+  RunHistory run = UsedRun();
+  const RunHistory moved(std::move(run));
+  run.SetRunNumber(kSimulatedRun);  // NOLINT(bugprone-use-after-move,clang-analyzer-cplusplus.Move)
+  run.SetDetector("Alder");
+  ActivityOf([&] { EXPECT_TRUE(run.LoadAllDetInfo()); });
+  EXPECT_EQ(run.GetDiBlocks().size(), 4U);
+}
+
+TEST(RunHistoryObject, MovedToItselfStays) {
+  RunHistory run = UsedRun();
+  RunHistory& same = run;
+  run = std::move(same);
+  ExpectUsed(run);
 }
 
 TEST(RunHistoryRecords, ADiBlockStartsWithItsDCMsNumberedFromOne) {

@@ -75,6 +75,36 @@ TEST_F(ThresholdQuestions, GiveTheStoredSignedValue) {
   ExpectThreshold(FarChannel(3, 5, 63, 31), 32767);
 }
 
+TEST_F(ThresholdQuestions, HaveNoAnswerBeyondTheListOfABoard) {
+  Load();
+  DiBlock3().dcms[4].febs[0].thresholds.resize(5);
+  ExpectThreshold(FarChannel(3, 5, 0, 4), 50);
+  ExpectNone(FarChannel(3, 5, 0, 5));
+  ExpectNone(FarChannel(3, 5, 0, 31));
+  DiBlock3().dcms[4].febs[0].thresholds.clear();
+  ExpectNone(FarChannel(3, 5, 0, 0));
+}
+
+TEST_F(ThresholdQuestions, TellPort63FromPort0) {
+  for (const int on : {0, 63}) {
+    SCOPED_TRACE(on);
+    site.Execute("UPDATE daqconfig.enable_masks SET feb_enable_mask = 1::bigint << " + std::to_string(on) +
+                 " WHERE dcm_name = '" + kDCM + "'");
+    run.InvalidateCaches();
+    Load();
+    EXPECT_EQ(run.NEnabledFEBs(), 1 + 64) << "and those of the other DCM";
+    for (const unsigned int port : {0U, 63U}) {
+      const auto& board = DiBlock3().dcms[4].febs[port];
+      EXPECT_EQ(board.isEnabled, static_cast<int>(port) == on);
+      if (board.isEnabled) {
+        ExpectThreshold(FarChannel(3, 5, port, 2), 50);
+      } else {
+        ExpectNone(FarChannel(3, 5, port, 2));
+      }
+    }
+  }
+}
+
 TEST_F(ThresholdQuestions, HaveNoAnswerWhereNothingIsReadOut) {
   Load();
   const struct {

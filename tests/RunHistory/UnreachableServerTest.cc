@@ -67,7 +67,7 @@ TEST_P(Unreachable, FailsTheRunsTableEachTimeWithoutAWordOfAPassword) {
     EXPECT_EQ(thrown, kRunsFailed);
     EXPECT_EQ(activity.output + activity.error, "");
     EXPECT_LE(activity.attempts, 1) << "a table is loaded with a single attempt";
-    EXPECT_THAT(messages.Texts(Severity::Error, "BrioDatabase"), SizeIs(attempt));
+    ASSERT_THAT(messages.Texts(Severity::Error, "BrioDatabase"), SizeIs(attempt));
     EXPECT_EQ(Peer::LoadedFlags(run), Peer::Flags());
   }
   EXPECT_THAT(messages.Texts(Severity::Error, "BrioDatabase")[0],

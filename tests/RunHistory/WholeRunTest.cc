@@ -44,6 +44,19 @@ void Fill(ConfiguredSite& site) {
   site.AddSettings(77, kDCM, 0, "true", "-15", "400");
 }
 
+TEST(WholeRun, IsReadInOneStateForACopyOfADiBlock) {
+  ConfiguredSite site;
+  Fill(site);
+  RunHistory run(kRun, "Birch");
+  CapturedOutput output;
+  const Asked asked;
+  const auto diblock = run.GetDiBlock(0, true);
+  EXPECT_EQ(asked.Opened(), 1);
+  EXPECT_EQ(asked.Transactions(), 1);
+  EXPECT_EQ(diblock.dcms.at(4).febs.at(0).voltage, 400);
+  EXPECT_EQ(diblock.dcms.at(4).febs.at(0).avgGain, 95.0F);
+}
+
 TEST(WholeRun, AsksInOrderOverOneConnection) {
   ConfiguredSite site;
   Fill(site);

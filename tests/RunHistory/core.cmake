@@ -8,7 +8,7 @@ brio_server_test(RunHistory.core
   SOURCES RunDatabase.cc RefusedSend.cc DAQRunHistoryTest.cc DAQFailureTest.cc DAQBadInputTest.cc
           CarriedOverTest.cc MaskLoadingTest.cc FarHardwareTest.cc NearHardwareStatementTest.cc HardwareStatementTest.cc
           HardwareFailureTest.cc LoadChainTest.cc OneStateTest.cc UnreachableServerTest.cc
-          DumpTest.cc DefinitionFilesTest.cc RunRowTest.cc
+          DumpTest.cc StreamFormatTest.cc DefinitionFilesTest.cc RunRowTest.cc
   LIBS brio::RunHistory)
 target_link_libraries(test_RunHistory.core PRIVATE ${CMAKE_DL_LIBS})
 target_compile_definitions(test_RunHistory.core PRIVATE

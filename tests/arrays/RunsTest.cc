@@ -85,11 +85,13 @@ TEST_F(Runs, AreFoundByATimeAtWhichTheyWereGoingOn) {
   EXPECT_THAT(Numbers(at), ElementsAre(13000));
   at.at = "2014-06-10 11:50:00";
   EXPECT_THAT(Numbers(at), ElementsAre());
-  const auto start =
-      server::Value("small_birch", "SELECT tstart + interval '20 hours' FROM daq.runs WHERE run = 13004");
+  const auto start = server::Value("small_birch",
+                                   "SELECT to_char(tstart + interval '20 hours', 'YYYY-MM-DD HH24:MI:SS') "
+                                   "FROM daq.runs WHERE run = 13004");
   at.at = start;  // it has no stop, and goes on until the next
   EXPECT_THAT(Numbers(at), ElementsAre(13004));
-  at.at = server::Value("small_birch", "SELECT tstart FROM daq.runs WHERE run = 13006");
+  at.at = server::Value("small_birch",
+                        "SELECT to_char(tstart, 'YYYY-MM-DD HH24:MI:SS') FROM daq.runs WHERE run = 13006");
   EXPECT_THAT(Numbers(at), ElementsAre(13006));
 }
 

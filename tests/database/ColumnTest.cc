@@ -81,6 +81,7 @@ TEST(Column, RefusesNumbersOutOfTheTargetsRange) {
   ExpectRefused<int>("2147483648", 42);
   ExpectRefused<int>("-2147483649", 42);
   ExpectRefused<float>("1e400", 42.0F);
+  ExpectRefused<float>("1e39", 42.0F);
 }
 
 TEST(Column, RefusesTextsThatAreNoRealNumber) {

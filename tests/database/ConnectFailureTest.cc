@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "database/Connect.h"
 #include "database/ConnectionStatistics.h"
 #include "database/Table.h"
 #include "tests/database/Fixtures.h"
@@ -177,6 +178,58 @@ TEST(Connect, WithoutATimeOutOfItsOwnAHostIsGivenTenSeconds) {
   const Failure failure = TryToConnect(0);
   EXPECT_GE(failure.seconds, 9.9);
   EXPECT_LT(failure.seconds, 60.0);
+}
+
+/// Connects with a deadline some time from now.
+Failure ConnectWithin(std::chrono::milliseconds time, const std::string& connectionString, int retries) {
+  const CapturedMessages messages;
+  const long before = ConnectionStatistics::Now().connectionAttempts;
+  const auto start = std::chrono::steady_clock::now();
+  Failure failure;
+  failure.connected = Connect(connectionString, retries, start + time) != nullptr;
+  failure.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  failure.attempts = ConnectionStatistics::Now().connectionAttempts - before;
+  failure.errors = messages.Texts(Severity::Error, "BrioDatabase");
+  return failure;
+}
+
+TEST(Connect, PastTheDeadlineNothingIsBegun) {
+  const TemporaryFolder folder;
+  const Failure failure = ConnectWithin(std::chrono::milliseconds(0), "host=" + folder.Path(), 3);
+  EXPECT_EQ(failure.attempts, 0);
+  EXPECT_THAT(failure.errors, ElementsAre("no time is left to connect"));
+}
+
+TEST(Connect, TheDeadlineEndsAnAttempt) {
+  const SilentHost host;
+  for (const std::string timeout : {"0", "600"}) {
+    const Failure failure = ConnectWithin(std::chrono::milliseconds(1500),
+                                          "host=" + host.Folder() + " connect_timeout=" + timeout, 3);
+    EXPECT_EQ(failure.attempts, 1);
+    EXPECT_GE(failure.seconds, 1.4);
+    EXPECT_LT(failure.seconds, 60.0);
+    EXPECT_THAT(failure.errors, ElementsAre("connection to server at \"" + host.Folder() +
+                                            ":5432\" failed: timeout expired"));
+  }
+}
+
+TEST(Connect, TheDeadlineEndsTheWayAlongTheHosts) {
+  const SilentHost one;
+  const SilentHost other;
+  const Failure failure =
+      ConnectWithin(std::chrono::milliseconds(1500),
+                    "host=" + one.Folder() + "," + other.Folder() + " connect_timeout=600", 0);
+  EXPECT_LT(failure.seconds, 60.0);
+  EXPECT_THAT(failure.errors, ElementsAre("connection to server at \"" + one.Folder() +
+                                          ":5432\" failed: timeout expired\nno time is left to connect"));
+}
+
+TEST(Connect, NoPauseBeginsThatWouldLastPastTheDeadline) {
+  const TemporaryFolder folder;
+  const Failure failure = ConnectWithin(std::chrono::milliseconds(1500), "host=" + folder.Path(), 1'000'000);
+  EXPECT_GE(failure.attempts, 2);
+  EXPECT_LT(failure.seconds, 60.0);
+  EXPECT_THAT(failure.errors, ElementsAre(HasSubstr("No such file or directory")));
 }
 
 TEST(Connect, ATimeOutThatIsNoNumberIsNotForEver) {

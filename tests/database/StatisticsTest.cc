@@ -13,6 +13,7 @@ namespace {
 
 using test::CapturedMessages;
 using testing::ElementsAre;
+using testing::StartsWith;
 
 /// Attempts, connections, statements and transactions since a moment.
 std::vector<long> Since(const ConnectionStatistics& before) {
@@ -29,9 +30,9 @@ TEST_F(Statistics, CountATablesLoads) {
   const auto table = Facts();
   EXPECT_THAT(Since(before), ElementsAre(0, 0, 0, 0));
   ASSERT_TRUE(table->Load());
-  EXPECT_THAT(Since(before), ElementsAre(1, 1, 1, 0));
+  EXPECT_THAT(Since(before), ElementsAre(1, 1, 1, 1));
   ASSERT_TRUE(table->Load());
-  EXPECT_THAT(Since(before), ElementsAre(1, 1, 2, 0));
+  EXPECT_THAT(Since(before), ElementsAre(1, 1, 2, 2));
 }
 
 TEST_F(Statistics, CountATransactionButNotItsOwnStatements) {
@@ -60,9 +61,10 @@ TEST_F(Statistics, AnObserverSeesEachStepBeforeItHappens) {
   scratch_.Execute("GRANT ALL ON facts TO brio_reader");
   const auto table = Facts();
   SetStepObserver([this](DatabaseStep step, const std::string& text) {
+    // The transaction's state is that of its beginning.
+    if (step == DatabaseStep::Begin) { scratch_.Execute("UPDATE facts SET note = 'just before'"); }
     if (step == DatabaseStep::Statement) {
       EXPECT_EQ(text, R"(SELECT "id", "note" FROM "facts" ORDER BY "id")");
-      scratch_.Execute("UPDATE facts SET note = 'just before'");
     }
   });
   EXPECT_TRUE(table->Load());
@@ -81,11 +83,8 @@ TEST_F(Statistics, AnObserverMaySeeTheTextOfEachStep) {
     EXPECT_EQ(Ask(*BareTable(), "SELECT 1"), "1");
   }
   SetStepObserver({});
-  EXPECT_THAT(texts,
-              ElementsAre("",
-                          "BEGIN ISOLATION LEVEL REPEATABLE READ, READ ONLY;SET LOCAL TimeZone TO 'UTC';"
-                          "SET LOCAL DateStyle TO 'ISO';SET LOCAL statement_timeout TO 300000",
-                          "SELECT 1", "COMMIT"));
+  EXPECT_THAT(texts, ElementsAre("", StartsWith("BEGIN ISOLATION LEVEL REPEATABLE READ, READ ONLY;"),
+                                 "SELECT 1", "COMMIT"));
 }
 
 }  // namespace

@@ -129,6 +129,13 @@ TEST_F(TableSetUp, ABooleanColumnTakesOneValueOnly) {
   EXPECT_EQ(Bounds(table_.ValidityUpper()), Texts{"bool good 5"});
 }
 
+TEST_F(TableSetUp, AColumnOfTypeBooleanTakesARangeSinceOnlyBoolIsRefused) {
+  Table table(folder_.Write("b.xml", "<table name='t'><column name='good' type='boolean'/></table>").c_str());
+  EXPECT_TRUE(table.SetValidityRange<int>("good", 0, 1));
+  EXPECT_EQ(Bounds(table.ValidityLower()), Texts{"boolean good 0"});
+  EXPECT_EQ(Bounds(table.ValidityUpper()), Texts{"boolean good 1"});
+}
+
 TEST_F(TableSetUp, AnUnknownColumnTakesNoRange) {
   EXPECT_FALSE(table_.SetValidityRange<int>("Run", 1, 2));
   EXPECT_FALSE(table_.SetValidityRange<int>("", 1));

@@ -2,50 +2,20 @@
 
 #include <poll.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
-#include <cstring>
 #include <filesystem>
-#include <stdexcept>
 #include <utility>
 #include <vector>
+
+#include "tests/faults/UnixSockets.h"
 
 namespace brio::test {
 namespace {
 
 constexpr int kPollMilliseconds = 20;
-
-sockaddr_un Address(const std::string& path) {
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  if (path.size() >= sizeof(address.sun_path)) { throw std::runtime_error("socket path too long: " + path); }
-  std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
-  return address;
-}
-
-int Listen(const std::string& path) {
-  const int listening = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  const sockaddr_un address = Address(path);
-  const auto* generic = reinterpret_cast<const sockaddr*>(&address);
-  if (bind(listening, generic, sizeof(address)) != 0 || listen(listening, 64) != 0) {
-    throw std::runtime_error("cannot listen at " + path);
-  }
-  return listening;
-}
-
-int ConnectTo(const std::string& path) {
-  const int connected = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  const sockaddr_un address = Address(path);
-  if (connect(connected, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0) {
-    return connected;
-  }
-  close(connected);
-  return -1;
-}
 
 void CloseAll(std::vector<int>& sockets) {
   for (const int socket : sockets) {
@@ -57,10 +27,8 @@ void CloseAll(std::vector<int>& sockets) {
 }  // namespace
 
 CuttingProxy::CuttingProxy(const std::string& serverSocketFolder) {
-  std::string pattern = "/tmp/brio-proxy-XXXXXX";
-  if (mkdtemp(pattern.data()) == nullptr) { throw std::runtime_error("cannot make a folder"); }
-  folder_ = pattern;
-  const int listening = Listen(folder_ + "/.s.PGSQL.5432");
+  folder_ = unixsocket::MakeFolder();
+  const int listening = unixsocket::Listen(folder_ + "/.s.PGSQL.5432");
   thread_ = std::thread(
       [this, listening, server = serverSocketFolder + "/.s.PGSQL.5432"] { Serve(listening, server); });
 }
@@ -94,7 +62,7 @@ void CuttingProxy::Serve(int listening, const std::string& serverSocket) {
     }
     if ((watched[0].revents & POLLIN) != 0) {
       const int client = accept4(listening, nullptr, nullptr, SOCK_CLOEXEC);
-      const int server = silent_ ? -1 : ConnectTo(serverSocket);
+      const int server = silent_ ? -1 : unixsocket::ConnectTo(serverSocket);
       if (server >= 0) {
         pairs.emplace_back(client, server);
       } else if (silent_) {

@@ -26,6 +26,8 @@ struct Fault {
   bool lasts = false;
   /// What fails besides.
   std::function<std::set<Asked>(const LoadStep&)> alsoFails = {};
+  /// True when a connection that was made is lost: the load begins afresh, once.
+  bool interrupts = false;
 };
 
 /// Loads of one run with a fault before each step in turn. Each is checked to end as it should: with the
@@ -45,7 +47,8 @@ private:
   void TryStep(const Fault& fault, std::size_t number);
   Ending Load(dbi::RunHistory& run, const Fault& fault, std::size_t number);
   std::set<Asked> Failing(const Fault& fault, std::size_t number) const;
-  void CheckEnding(const Ending& ending, const std::set<Asked>& failing, const LoadStep& step) const;
+  Ending Expected(const std::set<Asked>& failing, const LoadStep& step) const;
+  void CheckEnding(const Ending& ending, const Ending& expected) const;
   void CheckContents(const dbi::RunHistory& run, const std::set<Asked>& failing) const;
   void CheckMap(const std::set<Asked>& failing) const;
   void CheckRecovery(dbi::RunHistory& run, const std::set<Asked>& failing) const;

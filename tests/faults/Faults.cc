@@ -101,12 +101,14 @@ Fault WhileRunning(const std::string& name, const std::string& database,
 }  // namespace
 
 Fault BackendTerminated() {
-  return {"backend terminated", HasBackend, {}, [](const LoadStep& step) {
-            for (const int backend : BackendsOf(step)) {
-              faultserver::Terminate(backend);
-            }
-            return true;
-          }};
+  Fault fault{"backend terminated", HasBackend, {}, [](const LoadStep& step) {
+                for (const int backend : BackendsOf(step)) {
+                  faultserver::Terminate(backend);
+                }
+                return true;
+              }};
+  fault.interrupts = true;
+  return fault;
 }
 
 Fault BackendFrozen() {
@@ -140,6 +142,7 @@ Fault ServerStopped() {
               }};
   fault.remove = faultserver::Start;
   fault.lasts = true;
+  fault.interrupts = true;
   return fault;
 }
 
@@ -154,6 +157,7 @@ Fault ServerRestarted(bool fourConnections) {
     const bool hardwareLost = fourConnections && step.asked == Asked::Settings;
     return hardwareLost ? std::set<Asked>{Asked::Gains} : std::set<Asked>{};
   };
+  fault.interrupts = true;
   return fault;
 }
 
@@ -227,9 +231,14 @@ Fault ColumnGone(const std::string& database) {
 }
 
 Fault TerminatedWhileRunning(const std::string& database) {
-  return WhileRunning("backend terminated while it works", database, [](const std::string& backend) {
-    server::Query("postgres", "SELECT pg_terminate_backend(" + backend + ")");
-  });
+  Fault fault =
+      WhileRunning("backend terminated while it works", database, [database](const std::string& backend) {
+        // The statement passes when it is sent again.
+        server::Query(database, "DELETE FROM gate.closed");
+        server::Query("postgres", "SELECT pg_terminate_backend(" + backend + ")");
+      });
+  fault.interrupts = true;
+  return fault;
 }
 
 Fault CancelledWhileRunning(const std::string& database) {
@@ -249,6 +258,7 @@ Fault CutDuringAnswer(const std::shared_ptr<CuttingProxy>& proxy, const std::vec
     proxy->CutAfter(static_cast<long>(bytes * share));
     return true;
   };
+  fault.interrupts = true;
   return fault;
 }
 

@@ -1,8 +1,11 @@
 #!/usr/bin/env bash
-# Loads through a pooler, on a standby, and while the primary goes away: failover.sh <series_of_loads>.
+# Loads through a pooler, on a standby, on one that removes what they read, and while the primary goes away:
+# failover.sh <series_of_loads> <conflicting_loads>.
 # Makes a primary with a streaming standby and a PgBouncer in a folder of its own, all on Unix sockets only.
 set -euo pipefail
+unset -v "${!PG@}"  # the caller's may lead psql, or a load, elsewhere
 series_of_loads=$1
+conflicting_loads=$2
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 repository=$(cd "$here/../.." && pwd)
 programs=$(find /usr/lib/postgresql -mindepth 2 -maxdepth 2 -name bin | sort -V | tail -n 1)
@@ -127,6 +130,19 @@ echo "on the standby alone"
 BRIO_DATABASE="$(database "$standby/socket" 5432) target_session_attrs=standby" \
   "$series_of_loads" series 3 >"$scratch/answers" || fail "$(<"$scratch/answers")"
 equal 'loads' "$(sort "$scratch/answers" | uniq -c | xargs)" '3 whole'
+
+echo "on the standby, which removes what a load reads"
+for setting in 'max_standby_streaming_delay = 0' 'hot_standby_feedback = off'; do
+  value "$standby/socket" "ALTER SYSTEM SET $setting" >/dev/null
+done
+value "$standby/socket" 'SELECT pg_reload_conf()' >/dev/null
+conflicts() {
+  BRIO_DATABASE=$(database "$standby/socket" 5432) \
+    "$conflicting_loads" "$primary/socket" "$1" >"$scratch/answers" || fail "conflicting loads: $(<"$scratch/answers")"
+  sort "$scratch/answers" | uniq -c | xargs
+}
+equal 'loads with one conflict' "$(conflicts 1)" '3 true, whole, fresh tries 1'
+equal 'loads with two conflicts' "$(conflicts 2)" '3 RunHistory::Incomplete, not whole, fresh tries 1'
 
 echo "while the primary goes away"
 BRIO_DATABASE=$(database "$primary/socket,$standby/socket" 5432,5432) \

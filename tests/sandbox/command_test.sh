@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # The sandbox command from up to down, in a folder of its own.
 set -euo pipefail
+unset -v "${!PG@}"  # the caller's may lead psql elsewhere
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 repository=$(cd "$here/../.." && pwd)
 scratch=$(mktemp -d /tmp/brio-sandbox-test-XXXXXX)
@@ -43,6 +44,7 @@ exits 2 'unknown size' sandbox load --size huge
 exits 2 'needs a value' sandbox load --size
 exits 2 'cannot begin' sandbox env --prefix 'a;b'
 exits 2 'unknown detector' sandbox psql --detector oak
+exits 2 'must not contain' "$repository/sandbox/sandbox" --dir "$scratch/\$HOME" env
 exits 0 'Usage: sandbox' sandbox --help
 exits 0 'Usage: sandbox' sandbox load --help
 
@@ -50,6 +52,8 @@ echo "no server yet"
 exits 1 'not running' sandbox status
 exits 1 'no server runs' sandbox load --size empty
 exits 0 'no sandbox' sandbox down
+exits 0 "no server runs in $dir: these lines lead there once 'sandbox up' has started one" sandbox env
+equal 'lines of env without a server' "$(sandbox env 2>/dev/null | wc -l)" 2
 long=$scratch/$(printf 'x%.0s' {1..90})
 exits 1 'too long' "$repository/sandbox/sandbox" --dir "$long" up
 [[ ! -e $long ]] || fail 'a folder was made for a socket path that is too long'
@@ -60,7 +64,35 @@ touch "$dir/precious"
 exits 1 'is not a sandbox' sandbox up
 exits 1 'is not a sandbox' sandbox down
 [[ -f $dir/precious ]] || fail 'a foreign file is gone'
+[[ ! -e $dir.lock ]] || fail 'a lock file is left beside a foreign folder'
 rm -r "$dir"
+
+echo "two at once"
+sandbox up 2>"$scratch/first" &
+first=$!
+sandbox up 2>"$scratch/second" || fail "the second: $(<"$scratch/second")"
+wait "$first" || fail "the first: $(<"$scratch/first")"
+equal 'what the two did' "$(grep -h -o -e 'already runs' -e 'the server runs' "$scratch"/first "$scratch"/second | sort)" \
+  $'already runs\nthe server runs'
+value postgres "SELECT 'brio_reader'::regrole" >/dev/null || fail 'the roles are not there'
+exits 0 'removed' sandbox down
+
+echo "a command waits for the one before it, but not for one that was killed"
+flock "$dir.lock" sleep 1000 &
+holder=$!
+while flock -n "$dir.lock" true; do sleep 0.02; done
+sandbox up 2>"$scratch/waiting" &
+waiting=$!
+until grep -q 'waiting for another command' "$scratch/waiting"; do
+  kill -0 "$waiting" || fail "it does not wait: $(<"$scratch/waiting")"
+  sleep 0.02
+done
+[[ ! -e $dir ]] || fail 'it did not wait'
+kill "$(pgrep -P "$holder")"
+wait "$holder" || true
+wait "$waiting" || fail "after waiting: $(<"$scratch/waiting")"
+exits 0 'removed' sandbox down
+[[ ! -e $dir.lock ]] || fail 'the lock file is left'
 
 echo "up"
 exits 0 'the server runs' sandbox up
@@ -109,7 +141,8 @@ done
 
 echo "env"
 environment=$(sandbox env --prefix one)
-equal 'lines of env' "$environment" "export BRIO_DATABASE='host=$dir/socket dbname=one_{detector} user=brio_reader'
+equal 'what env says of a server that runs' "$(sandbox env 2>&1 >/dev/null)" ''
+equal 'lines of env' "$environment" "export BRIO_DATABASE=\"host=$dir/socket port=5432 hostaddr='' dbname=one_{detector} user=brio_reader\"
 export BRIO_SEARCH_PATH='$repository'"
 eval "$environment"
 equal 'runs by way of env' \

@@ -5,6 +5,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
+#include <fstream>
 #include <iostream>
 #include <memory>
 #include <stdexcept>
@@ -19,19 +20,35 @@ using Result = std::unique_ptr<PGresult, decltype(&PQclear)>;
 
 constexpr const char* kOwner = "postgres";
 
-}  // namespace
-
-namespace server {
-
-std::string SocketFolder() {
+std::string Folder() {
   const char* folder = std::getenv("BRIO_TEST_SERVER_DIR");
   if (folder == nullptr) {
     std::cerr
         << "BRIO_TEST_SERVER_DIR is not set: server tests run through ctest, which starts a private server\n";
     std::exit(1);
   }
-  return std::string(folder) + "/socket";
+  return folder;
 }
+
+/// The server that answers must know what was written into the folder when it was made.
+void RequireOwnServer(PGconn* connection) {
+  std::string token;
+  std::ifstream(Folder() + "/token") >> token;
+  const Result result(PQexec(connection, "SELECT current_setting('brio.sandbox', true)"), &PQclear);
+  if (PQresultStatus(result.get()) != PGRES_TUPLES_OK) {
+    throw std::runtime_error(PQerrorMessage(connection));
+  }
+  if (token.empty() || PQgetvalue(result.get(), 0, 0) != token) {
+    throw std::runtime_error("the server that answers in " + server::SocketFolder() +
+                             " is not this test run's own");
+  }
+}
+
+}  // namespace
+
+namespace server {
+
+std::string SocketFolder() { return Folder() + "/socket"; }
 
 std::string ConnectionString(const std::string& database, const std::string& user) {
   return "host=" + SocketFolder() + " dbname=" + database + " user=" + user;
@@ -43,6 +60,7 @@ std::string Template(const std::string& prefix, const std::string& user) {
 
 std::vector<std::vector<std::string>> Query(const std::string& database, const std::string& statement) {
   const Connection connection(PQconnectdb(ConnectionString(database, kOwner).c_str()), &PQfinish);
+  RequireOwnServer(connection.get());
   const Result result(PQexec(connection.get(), statement.c_str()), &PQclear);
   const auto status = PQresultStatus(result.get());
   if (status != PGRES_TUPLES_OK && status != PGRES_COMMAND_OK) {
@@ -76,12 +94,31 @@ int LastingConnections(const std::string& database) {
 
 }  // namespace server
 
+namespace {
+
+/// The server waits five seconds for others to leave the database that is copied; some tests stay longer.
+void CopyDatabase(const std::string& from, const std::string& to) {
+  constexpr int kTries = 60;
+  for (int tried = 1;; ++tried) {
+    try {
+      server::Query("postgres", "CREATE DATABASE " + to + " TEMPLATE " + from);
+      return;
+    } catch (const std::runtime_error& error) {
+      const bool isInUse =
+          std::string(error.what()).find("being accessed by other users") != std::string::npos;
+      if (!isInUse || tried == kTries) { throw; }
+    }
+  }
+}
+
+}  // namespace
+
 ScratchDatabases::ScratchDatabases(const std::string& source, std::vector<std::string> detectors)
     : detectors_(std::move(detectors)) {
   static std::atomic<int> count{0};
   prefix_ = "scratch_" + std::to_string(getpid()) + "_" + std::to_string(++count);
   for (const auto& detector : detectors_) {
-    server::Query("postgres", "CREATE DATABASE " + Name(detector) + " TEMPLATE " + source + "_" + detector);
+    CopyDatabase(source + "_" + detector, Name(detector));
   }
 }
 

@@ -18,7 +18,8 @@ std::string ConnectionString(const std::string& database, const std::string& use
 /// A value for BRIO_DATABASE whose databases are named `<prefix>_<detector>`.
 std::string Template(const std::string& prefix, const std::string& user = "brio_reader");
 /// Rows, as text ("\\N" for NULL), of a statement run as the server's owner; a failure throws
-/// std::runtime_error.
+/// std::runtime_error, and so does a server that `sandbox up` has not started in this folder, before the
+/// statement.
 std::vector<std::vector<std::string>> Query(const std::string& database, const std::string& statement);
 /// One value of such a statement.
 std::string Value(const std::string& database, const std::string& statement);

@@ -53,13 +53,16 @@ int StatusOf(pid_t child) {
 }
 
 int RunProcess(const std::vector<std::string>& arguments, std::FILE* input, std::FILE* output,
-               std::FILE* error) {
+               std::FILE* error, const std::vector<int>& closed = {}) {
   const pid_t child = fork();
   if (child < 0) { throw std::runtime_error("cannot fork"); }
   if (child == 0) {
     dup2(fileno(input), STDIN_FILENO);
     dup2(fileno(output), STDOUT_FILENO);
     dup2(fileno(error), STDERR_FILENO);
+    for (const int descriptor : closed) {
+      close(descriptor);
+    }
     Become(arguments);
   }
   return StatusOf(child);
@@ -86,6 +89,15 @@ CommandResult RunHistoryCommandInto(const std::string& file, const std::vector<s
   const File error = Scratch();
   const int status = RunProcess(arguments, input.get(), output.get(), error.get());
   return {status, {}, Contents(error.get())};
+}
+
+CommandResult RunHistoryCommandWithout(const std::vector<int>& closed,
+                                       const std::vector<std::string>& arguments) {
+  const File input = Scratch();
+  const File output = Scratch();
+  const File error = Scratch();
+  const int status = RunProcess(arguments, input.get(), output.get(), error.get(), closed);
+  return {status, Contents(output.get()), Contents(error.get())};
 }
 
 CommandResult RunHistoryCommandOnTerminal(const std::vector<std::string>& arguments) {

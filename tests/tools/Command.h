@@ -19,6 +19,10 @@ CommandResult RunHistoryCommand(const std::vector<std::string>& arguments, const
 /// The same with standard output going to a file that exists, a device say; `output` stays empty.
 CommandResult RunHistoryCommandInto(const std::string& file, const std::vector<std::string>& arguments);
 
+/// The same with some of the standard descriptors (0 to 2) closed.
+CommandResult RunHistoryCommandWithout(const std::vector<int>& closed,
+                                       const std::vector<std::string>& arguments);
+
 /// The same with both streams on one terminal; `output` has what was shown on it.
 CommandResult RunHistoryCommandOnTerminal(const std::vector<std::string>& arguments);
 

@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "RunHistory/FreshTry.h"
 #include "framework/MessageLogger.h"
 
 namespace brio::tools::console {
@@ -20,6 +21,10 @@ constexpr const char* kDatabaseCategory = "BrioDatabase";
 struct Complaint {
   std::string text;
   bool fromDatabase;
+  long freshTries = brio::dbi::FreshTries();
+
+  /// What was complained of was loaded after all: the load began afresh afterwards.
+  bool IsOutdated() const { return freshTries < brio::dbi::FreshTries(); }
 };
 
 /// Where this fails there is nobody left to tell.
@@ -133,7 +138,9 @@ std::string ComplaintSince(std::size_t count, bool fromDatabase) {
   auto& error = StandardError::Instance();
   const std::lock_guard<std::mutex> lock(error.mutex);
   for (std::size_t i = count; i < error.complaints.size(); ++i) {
-    if (!fromDatabase || error.complaints[i].fromDatabase) { return error.complaints[i].text; }
+    const auto& complaint = error.complaints[i];
+    if (complaint.IsOutdated()) { continue; }
+    if (!fromDatabase || complaint.fromDatabase) { return complaint.text; }
   }
   return {};
 }

@@ -22,7 +22,8 @@ void Say(const std::string& line);
 /// standard error.
 std::size_t Complaints();
 /// The first complaint since a count of Complaints(); with `fromDatabase` the first that a database caused.
-/// Empty without one.
+/// Complaints
+/// that a load left behind when it began afresh do not count. Empty without one.
 std::string ComplaintSince(std::size_t count, bool fromDatabase = false);
 
 /// True when a stream's file descriptor (1 or 2) is a terminal.

@@ -42,6 +42,7 @@ Outcome Attempt(const std::function<bool()>& load) {
 
 LoadedParts LoadParts(brio::dbi::RunHistory& history, Depth depth) {
   const Progress progress("loading " + NameOf(history));
+  history.SetAbortIfIncomplete(true);
   return arrays::LoadRun(history, depth, Attempt);
 }
 

@@ -3,6 +3,7 @@
 #include <charconv>
 #include <stdexcept>
 
+#include "database/LoadScope.h"
 #include "database/Result.h"
 #include "tools/shared/Console.h"
 
@@ -34,15 +35,17 @@ int LastRun(const std::string& detector) {
     return std::runtime_error("the last run of " + detector +
                               " cannot be told: " + (complaint.empty() ? otherwise : complaint));
   };
+  // Its transaction writes nothing, whatever stands in the place of the table.
+  const dbi::LoadScope readOnly;
   dbi::Table runs;
   runs.SetDetector(detector);
   PGresult* handedOver = nullptr;
-  if (!runs.GetConnection(0) || !runs.ExecuteSQL("SELECT max(run) FROM daq.runs", handedOver)) {
+  if (!runs.GetConnection(0) || !runs.ExecuteSQL("SELECT max(run) FROM daq.runs", handedOver, 1)) {
     throw failed("the runs table cannot be asked");
   }
   const dbi::ResultHandle rows(handedOver);
   if (PQresultStatus(rows.get()) != PGRES_TUPLES_OK) { throw failed("the runs table cannot be read"); }
-  if (PQgetisnull(rows.get(), 0, 0) != 0) { throw failed("the runs table is empty"); }
+  if (PQgetisnull(rows.get(), 0, 0) != 0) { throw NoRuns(failed("the runs table is empty").what()); }
   const std::string text = PQgetvalue(rows.get(), 0, 0);
   int last = 0;
   std::from_chars(text.data(), text.data() + text.size(), last);

@@ -1,5 +1,7 @@
+#include <cstdio>
 #include <iostream>
 #include <memory>
+#include <stdexcept>
 
 #include "tools/shared/ChannelFacts.h"
 #include "tools/shared/Console.h"
@@ -145,6 +147,7 @@ void AskStandardInput(Answers& answers) {
     const auto end = line.find_last_not_of(" \t\r");
     answers.Ask(line.substr(begin, end - begin + 1), "line " + std::to_string(number) + ": ");
   }
+  if (std::ferror(stdin) != 0) { throw std::runtime_error("cannot read standard input"); }
 }
 
 }  // namespace

@@ -18,14 +18,15 @@ struct Report {
   std::vector<DatabaseCheck> databases;
   std::optional<int> run;
   std::string whyNoRun;
+  bool isRunsTableReadable = true;
   std::vector<LoadStep> steps;
 
   bool CanLoad() const {
     if (run) {
       return std::all_of(steps.begin(), steps.end(), [](const LoadStep& step) { return step.outcome.ok; });
     }
-    return std::all_of(databases.begin(), databases.end(),
-                       [](const DatabaseCheck& check) { return check.IsComplete(); });
+    return isRunsTableReadable && std::all_of(databases.begin(), databases.end(),
+                                              [](const DatabaseCheck& check) { return check.IsComplete(); });
   }
 };
 
@@ -55,7 +56,11 @@ std::string TextOf(const DatabaseCheck& check) {
               : ", " + count(check.indexes, check.missingIndexes.size()) + " recommended indexes") +
          ", looked up in " + Milliseconds(check.lookMilliseconds) + '\n' +
          Listed("missing table", check.missingTables) + Listed("missing column", check.missingColumns) +
-         Listed("not readable:", check.unreadable) + Listed("missing index", check.missingIndexes);
+         Listed("not readable:", check.unreadable) + Listed("missing index", check.missingIndexes) +
+         (check.positionSchema.empty()
+              ? ""
+              : "    note: hardware_position is the one of schema " + check.positionSchema + '\n') +
+         Listed("warning:", check.warnings);
 }
 
 std::string TextOf(const Report& report, const std::string& detector) {
@@ -82,17 +87,20 @@ Json JsonOf(const DatabaseCheck& check) {
     object["reason"] = check.connection.reason;
     return object;
   }
-  object.update({{"version", check.version},
-                 {"database", check.database},
-                 {"user", check.user},
-                 {"read_only", check.isReadOnly},
-                 {"standby", check.isStandby},
-                 {"missing_tables", check.missingTables},
-                 {"missing_columns", check.missingColumns},
-                 {"not_readable", check.unreadable},
-                 {"missing_indexes", check.missingIndexes},
-                 {"connect_ms", check.connectMilliseconds},
-                 {"look_up_ms", check.lookMilliseconds}});
+  object.update(
+      {{"version", check.version},
+       {"database", check.database},
+       {"user", check.user},
+       {"read_only", check.isReadOnly},
+       {"standby", check.isStandby},
+       {"missing_tables", check.missingTables},
+       {"missing_columns", check.missingColumns},
+       {"not_readable", check.unreadable},
+       {"missing_indexes", check.missingIndexes},
+       {"hardware_position_schema", check.positionSchema.empty() ? Json() : Json(check.positionSchema)},
+       {"warnings", check.warnings},
+       {"connect_ms", check.connectMilliseconds},
+       {"look_up_ms", check.lookMilliseconds}});
   return object;
 }
 
@@ -119,7 +127,10 @@ ExitStatus Check(const Options& options, bool isRunGiven) {
   }
   try {
     report.run = isRunGiven ? options.run : LastRun(options.detector);
-  } catch (const std::runtime_error& error) { report.whyNoRun = error.what(); }
+  } catch (const NoRuns& error) { report.whyNoRun = error.what(); } catch (const std::runtime_error& error) {
+    report.whyNoRun = error.what();
+    report.isRunsTableReadable = false;
+  }
   if (report.run) {
     RunHistory history(*report.run, options.detector);
     ApplyTo(history, options);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <map>
+#include <optional>
 #include <set>
 
 #include "database/LoadScope.h"
@@ -15,7 +16,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr const char* kAboutStatement =
-    "SELECT current_setting('server_version'), current_setting('transaction_read_only'), "
+    "SELECT current_setting('server_version'), current_setting('default_transaction_read_only'), "
     "pg_is_in_recovery(), current_database(), current_user";
 constexpr const char* kColumnsStatement =
     "SELECT n.nspname || '.' || c.relname, a.attname, has_schema_privilege(n.oid, 'USAGE') AND "
@@ -28,6 +29,24 @@ constexpr const char* kIndexesStatement =
     "SELECT n.nspname || '.' || c.relname FROM pg_catalog.pg_class c "
     "JOIN pg_catalog.pg_namespace n ON n.oid = c.relnamespace "
     "WHERE c.relkind IN ('i', 'I') AND n.nspname || '.' || c.relname = ANY ($1::text[])";
+// Within the load, so on the path that the library's own statements have. The owner and superusers may do
+// anything anyway.
+constexpr const char* kCreatorsStatement =
+    "WITH creators AS ("
+    "SELECT 'objects in schema ' || n.nspname AS what, n.nspowner AS owner, a.grantee, a.privilege_type "
+    "FROM pg_catalog.pg_namespace n, pg_catalog.aclexplode(n.nspacl) a "
+    "WHERE n.nspname = ANY (pg_catalog.current_schemas(false)) "
+    "UNION ALL "
+    "SELECT 'schemas in database ' || d.datname, d.datdba, a.grantee, a.privilege_type "
+    "FROM pg_catalog.pg_database d, pg_catalog.aclexplode(d.datacl) a "
+    "WHERE d.datname = pg_catalog.current_database()) "
+    "SELECT CASE grantee WHEN 0 THEN 'every role' ELSE pg_catalog.pg_get_userbyid(grantee) END "
+    "|| ' may create ' || what "
+    "FROM creators WHERE privilege_type = 'CREATE' AND grantee <> owner "
+    "AND NOT EXISTS (SELECT FROM pg_catalog.pg_roles r WHERE r.oid = grantee AND r.rolsuper) ORDER BY 1";
+constexpr const char* kPositionStatement =
+    "SELECT n.nspname FROM pg_catalog.pg_class c JOIN pg_catalog.pg_namespace n ON n.oid = c.relnamespace "
+    "WHERE c.oid = pg_catalog.to_regclass('hardware_position')";
 
 double MillisecondsSince(Clock::time_point start) {
   return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
@@ -63,14 +82,44 @@ void CompareTables(const PGresult* rows, const ExpectedDatabase& expected, Datab
   }
 }
 
+/// The texts of a statement's first column; nothing when it failed.
+std::optional<std::vector<std::string>> Texts(brio::dbi::Session& session, const char* statement) {
+  const auto rows = session.Execute({statement, {}});
+  if (PQresultStatus(rows.get()) != PGRES_TUPLES_OK) { return std::nullopt; }
+  std::vector<std::string> texts;
+  texts.reserve(static_cast<std::size_t>(PQntuples(rows.get())));
+  for (int row = 0; row < PQntuples(rows.get()); ++row) {
+    texts.emplace_back(PQgetvalue(rows.get(), row, 0));
+  }
+  return texts;
+}
+
+/// What stands where the library looks for names without a schema, and who may put something there.
+/// \return false when the server did not answer
+bool LookAtPath(brio::dbi::Session& session, const ExpectedDatabase& expected, DatabaseCheck& check) {
+  const auto creators = Texts(session, kCreatorsStatement);
+  if (!creators) { return false; }
+  check.warnings = *creators;
+  const auto isPosition = [](const ExpectedTable& table) { return table.name == "public.hardware_position"; };
+  if (std::none_of(expected.tables.begin(), expected.tables.end(), isPosition)) { return true; }
+  const auto schema = Texts(session, kPositionStatement);
+  if (!schema) { return false; }
+  if (schema->empty()) {
+    check.warnings.emplace_back("hardware_position is in no schema where this role finds it");
+  } else {
+    check.positionSchema = schema->front();
+  }
+  return true;
+}
+
 /// \return false when the server did not answer
 bool Look(brio::dbi::Session& session, const ExpectedDatabase& expected, DatabaseCheck& check) {
-  const auto about = session.Execute({kAboutStatement, {}});
+  const auto about = session.Execute({kAboutStatement, {}, false, 5});
   if (PQresultStatus(about.get()) != PGRES_TUPLES_OK) { return false; }
   const std::string version = PQgetvalue(about.get(), 0, 0);
   check.version = version.substr(0, version.find(' '));  // without the packager's own
-  check.isReadOnly = std::string(PQgetvalue(about.get(), 0, 1)) == "on";
   check.isStandby = *PQgetvalue(about.get(), 0, 2) == 't';
+  check.isReadOnly = check.isStandby || std::string(PQgetvalue(about.get(), 0, 1)) == "on";
   check.database = PQgetvalue(about.get(), 0, 3);
   check.user = PQgetvalue(about.get(), 0, 4);
 
@@ -78,8 +127,8 @@ bool Look(brio::dbi::Session& session, const ExpectedDatabase& expected, Databas
   for (const auto& table : expected.tables) {
     tables.push_back(table.name);
   }
-  const auto columns = session.Execute({kColumnsStatement, {ArrayOf(tables)}});
-  const auto indexes = session.Execute({kIndexesStatement, {ArrayOf(expected.indexes)}});
+  const auto columns = session.Execute({kColumnsStatement, {ArrayOf(tables)}, false, 3});
+  const auto indexes = session.Execute({kIndexesStatement, {ArrayOf(expected.indexes)}, false, 1});
   if (PQresultStatus(columns.get()) != PGRES_TUPLES_OK || PQresultStatus(indexes.get()) != PGRES_TUPLES_OK) {
     return false;
   }
@@ -91,7 +140,7 @@ bool Look(brio::dbi::Session& session, const ExpectedDatabase& expected, Databas
   for (const auto& index : expected.indexes) {
     if (there.count(index) == 0) { check.missingIndexes.push_back(index); }
   }
-  return true;
+  return LookAtPath(session, expected, check);
 }
 
 }  // namespace
@@ -103,6 +152,8 @@ DatabaseCheck CheckDatabase(const std::string& detector, const ExpectedDatabase&
   check.tables = static_cast<int>(expected.tables.size());
   check.indexes = static_cast<int>(expected.indexes.size());
   check.connection = Attempt([&] {
+    // Its transaction writes nothing, whatever stands in the place of a table.
+    const brio::dbi::LoadScope readOnly;
     auto start = Clock::now();
     const auto session = brio::dbi::AcquireSession(detector, expected.kind, retries);
     check.connectMilliseconds = MillisecondsSince(start);

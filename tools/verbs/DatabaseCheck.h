@@ -24,6 +24,11 @@ struct DatabaseCheck {
   std::vector<std::string> unreadable;  ///< tables that are there, but not for this role
   int indexes = 0;                      ///< that are recommended
   std::vector<std::string> missingIndexes;
+  /// Where the library finds the table hardware_position, which it names without a schema; empty when it
+  /// finds none, or has no use for it here.
+  std::string positionSchema;
+  /// What lets others put something in the place of what the library means.
+  std::vector<std::string> warnings;
   double lookMilliseconds = 0;
 
   /// Everything that the library reads is there.
