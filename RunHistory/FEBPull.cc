@@ -1,11 +1,16 @@
 #include <iostream>
+#include <iterator>
+#include <utility>
+#include <vector>
 
 #include "RunHistory/FreshTry.h"
 #include "RunHistory/HardwareDate.h"
 #include "RunHistory/NumberText.h"
 #include "RunHistory/RunHistory.h"
 #include "RunHistory/RunTable.h"
-#include "database/Result.h"
+#include "RunHistory/StatementTime.h"
+#include "database/PerformPGQuery.h"
+#include "database/Timing.h"
 #include "framework/MessageLogger.h"
 #include "framework/exception.h"
 
@@ -15,12 +20,18 @@ using briodaq::cnv::DetInfo;
 
 namespace {
 
-using FEBsByModule = std::map<std::uint32_t, FEBInfo>;
+struct InstalledFEB {
+  FEBInfo record;
+  int nCables = 0;  ///< that are still to be looked at
+};
+using FEBsByModule = std::map<std::uint32_t, InstalledFEB>;
 
 constexpr float kDefaultSlope = 0.02586F;
 
 enum FEBColumn { kBarcode, kIntercept, kSlope, kItemId, kDateAdded, kModule, kConnectionId };
+constexpr int kFEBColumns = 8;
 enum CableColumn { kDiBlock, kDCM, kPort, kBlock, kLayer, kPosition, kCableModule };
+constexpr int kCableColumns = 7;
 
 /// FEBs that were installed at a time, newest first. The test summary's serial becomes a barcode when its 5th
 /// and 7th characters are points.
@@ -45,48 +56,79 @@ const char* const kCablesStatement =
     "and mod.layer=CAST(btrim(fcom.position2,'PLN:') AS INT) "
     "and mod.position_in_layer=CAST(btrim(fcom.port2,'POS:') AS INT)) ORDER BY diblk ASC, dcm ASC, feb ASC";
 
-FEBsByModule ReadFEBs(const PGresult* rows) {
+FEBsByModule ReadFEBs(const Rows& rows) {
+  const ConversionTimer timer("installed FEBs", rows.Count());
   FEBsByModule febs;
-  const int nRows = PQntuples(rows);
   // All boards carry the date of the first row, the newest.
-  const double dateAdded = nRows > 0 ? HardwareDate(PQgetvalue(rows, 0, kDateAdded)) : 0.0;
-  for (int row = 0; row < nRows; ++row) {
-    const auto text = [&](FEBColumn column) { return PQgetvalue(rows, row, column); };
-    FEBInfo feb;
-    feb.serial = text(kBarcode);
-    feb.hvFitIntercept = static_cast<float>(NumberIn(text(kIntercept)));
-    feb.hvFitSlope = static_cast<float>(NumberIn(text(kSlope)));
-    if (feb.hvFitSlope == 0.0F) { feb.hvFitSlope = kDefaultSlope; }
-    feb.barcodedItemId = static_cast<std::uint32_t>(IntegerIn(text(kItemId)));
-    feb.module = static_cast<std::uint32_t>(IntegerIn(text(kModule)));
-    feb.connectionId = static_cast<std::uint32_t>(IntegerIn(text(kConnectionId)));
-    feb.dateAdded = dateAdded;
+  const double dateAdded = rows.Count() > 0 ? HardwareDate(rows.At(0).Text(kDateAdded)) : 0.0;
+  for (const RowView row : rows) {
+    const auto number = [&](FEBColumn column) {
+      return static_cast<std::uint32_t>(IntegerIn(row.Text(column)));
+    };
     // With equal dates the first row of a module stays.
-    febs.try_emplace(feb.module, std::move(feb));
+    const auto module = number(kModule);
+    const auto [entry, isNew] = febs.try_emplace(module);
+    if (!isNew) { continue; }
+    FEBInfo& feb = entry->second.record;
+    feb.serial = row.Text(kBarcode);
+    feb.hvFitIntercept = FloatIn(row.Text(kIntercept));
+    feb.hvFitSlope = FloatIn(row.Text(kSlope));
+    if (feb.hvFitSlope == 0.0F) { feb.hvFitSlope = kDefaultSlope; }
+    feb.barcodedItemId = number(kItemId);
+    feb.module = module;
+    feb.connectionId = number(kConnectionId);
+    feb.dateAdded = dateAdded;
   }
   return febs;
 }
 
-LocationMap JoinAtLocations(const PGresult* cables, int detector, const FEBsByModule& febs,
-                            const APDsByModule& apds) {
-  LocationMap joined;
+/// A board that a cable row puts at a location.
+struct CabledBoard {
+  HardwareLocation location;
+  InstalledFEB* feb;
+  APDInfo* apd;  ///< null when the module has none
+};
+
+/// The cable rows of installed boards, in their order.
+std::vector<CabledBoard> ReadCables(const Rows& rows, int detector, FEBsByModule& febs, APDsByModule& apds) {
+  const ConversionTimer timer("cables", rows.Count());
+  std::vector<CabledBoard> cabled;
+  cabled.reserve(febs.size());
   int withoutAPD = 0;
-  for (int row = 0; row < PQntuples(cables); ++row) {
+  for (const RowView row : rows) {
     const auto number = [&](CableColumn column) {
-      return static_cast<std::uint32_t>(IntegerIn(PQgetvalue(cables, row, column)));
+      return static_cast<std::uint32_t>(IntegerIn(row.Text(column)));
     };
     const auto feb = febs.find(number(kCableModule));
     if (feb == febs.end()) { continue; }
     const HardwareLocation location{detector, number(kDiBlock), number(kDCM), number(kPort)};
     const auto apd = apds.find(feb->first);
     if (apd == apds.end()) {
-      LogDebug("RunHistory") << withoutAPD << " no APD found for " << feb->second << " installed at "
+      LogDebug("RunHistory") << withoutAPD << " no APD found for " << feb->second.record << " installed at "
                              << location;
       ++withoutAPD;
     }
-    // Rows come nearly in the order of locations.
-    joined.insert_or_assign(joined.end(), location,
-                            std::pair(feb->second, apd == apds.end() ? APDInfo() : apd->second));
+    ++feb->second.nCables;
+    cabled.push_back({location, &feb->second, apd == apds.end() ? nullptr : &apd->second});
+  }
+  return cabled;
+}
+
+template <class Record>
+Record Take(Record& record, bool isLast) {
+  if (isLast) { return std::move(record); }
+  return record;
+}
+
+/// Each board with the APD of its module, at its location; of several rows for one location the last counts.
+/// What a module has is moved to the last of its places, and copied to those before.
+LocationMap JoinAtLocations(const std::vector<CabledBoard>& cabled) {
+  LocationMap joined;
+  auto next = joined.end();
+  for (const auto& [location, feb, apd] : cabled) {
+    const bool isLast = --feb->nCables == 0;
+    auto hardware = std::pair(Take(feb->record, isLast), apd == nullptr ? APDInfo() : Take(*apd, isLast));
+    next = std::next(joined.insert_or_assign(next, location, std::move(hardware)));  // they come in order
   }
   return joined;
 }
@@ -95,7 +137,7 @@ LocationMap JoinAtLocations(const PGresult* cables, int detector, const FEBsByMo
 
 /// FEBs installed in the far detector at the run's start, each with the APD of its module, by location; none
 /// for other detectors.
-LocationMap RunHistory::PullFEBInfoFromDB(const APDsByModule& apds) {
+LocationMap RunHistory::PullFEBInfoFromDB(APDsByModule apds) {
   if (!DetInfo::DetNameOk(detectorName)) {
     throw cet::exception("RunHistory") << "could not extablish table connection for detector";
   }
@@ -107,16 +149,23 @@ LocationMap RunHistory::PullFEBInfoFromDB(const APDsByModule& apds) {
   }
   FEBsByModule febs;
   {
-    const ResultHandle rows(PerformPGQuery(InstalledFEBsStatement(tStartText), *table));
-    if (!rows) { incompleteParts.emplace_back("installed FEBs"); }
-    febs = ReadFEBs(rows.get());
+    Rows rows;
+    if (!PerformPGQueryAt(tStartText, InstalledFEBsStatement(tStartText), *table, rows, kFEBColumns)) {
+      incompleteParts.emplace_back("installed FEBs");
+    }
+    febs = ReadFEBs(rows);
   }
   LogDebug("RunHistory") << "there are " << febs.size() << " febs installed and put in the map and "
                          << apds.size() << " apds";
-  ResultHandle cables(PerformPGQuery(kCablesStatement, *table));
-  if (!cables) { incompleteParts.emplace_back("cabling"); }
-  LocationMap joined = JoinAtLocations(cables.get(), detector, febs, apds);
-  cables.reset();
+  std::vector<CabledBoard> cabled;
+  {
+    Rows rows;
+    if (!PerformPGQuery(kCablesStatement, *table, rows, kCableColumns)) {
+      incompleteParts.emplace_back("cabling");
+    }
+    cabled = ReadCables(rows, detector, febs, apds);
+  }
+  LocationMap joined = JoinAtLocations(cabled);
   LogDebug("RunHistory") << "There are " << febs.size() << " febs in the db, and " << joined.size()
                          << " are connected to a harward location" << std::endl
                          << "There are " << apds.size() << " apds installed";
@@ -130,11 +179,15 @@ void RunHistory::MapHardwareToLocation() {
   gLocToFA.swap(mapped);
   if (DetInfo::GetId(detectorName) != briodaq::cnv::Birch) { return; }
   int nWithout = 0;
+  auto next = gLocToFA.cbegin();  // the places come in the order of the map
   for (std::uint32_t diblock = 1; diblock <= 14; ++diblock) {
     for (std::uint32_t dcm = 1; dcm <= 12; ++dcm) {
       for (std::uint32_t port = 0; port < 64; ++port) {
         const HardwareLocation location{briodaq::cnv::Birch, diblock, dcm, port};
-        if (gLocToFA.count(location) != 0) { continue; }
+        while (next != gLocToFA.cend() && next->first < location) {
+          ++next;
+        }
+        if (next != gLocToFA.cend() && !(location < next->first)) { continue; }
         LogDebug("RunHistory") << location << " is not in the location map";
         ++nWithout;
       }

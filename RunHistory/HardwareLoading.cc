@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <array>
 #include <iostream>
+#include <optional>
 
 #include "RunHistory/ApplicationName.h"
 #include "RunHistory/ChannelLookup.h"
@@ -10,9 +11,10 @@
 #include "RunHistory/ProgressOutput.h"
 #include "RunHistory/RunHistory.h"
 #include "RunHistory/RunTable.h"
+#include "RunHistory/StatementTime.h"
 #include "database/LoadScope.h"
 #include "database/PlainText.h"
-#include "database/Result.h"
+#include "database/Timing.h"
 
 namespace brio::dbi {
 
@@ -41,6 +43,9 @@ bool IsNeverMarked(const InstalledModule& module) {
 std::string Described(const InstalledModule& module) {
   return PlainText("diblock ", module.diblock, ", DCM ", module.dcm, ", port ", module.port);
 }
+
+constexpr int kNearColumns = 5;
+constexpr int kFarColumns = 6;
 
 std::string NearStatement(const std::string& time) {
   return "SELECT dcm_name,dcm_port,block,plane,module_position from hardware_position where detector='Alder' "
@@ -101,10 +106,16 @@ bool Mark(std::vector<RunHistory::DiBlock>& diblocks, const InstalledModule& mod
   return false;
 }
 
-bool ReportUnlessRows(const PGresult* result, const std::string& statement, Table& table) {
-  if (PQresultStatus(result) == PGRES_TUPLES_OK) { return false; }
-  WriteLine(std::cerr, "Query failed: ", statement);
-  table.CloseConnection();
+/// Asks for the hardware at a time. `rows` is nothing after a failure, which is reported and closes the
+/// connection.
+/// \return false when the statement could not be sent, about which nothing is said
+bool AskForHardware(const std::string& statement, const std::string& time, int columns, Table& table,
+                    std::optional<Rows>& rows) {
+  if (MayStandInStatement(time) && !table.ExecuteSQL(statement, rows, columns)) { return false; }
+  if (!rows) {
+    WriteLine(std::cerr, "Query failed: ", statement);
+    table.CloseConnection();
+  }
   return true;
 }
 
@@ -136,18 +147,15 @@ bool RunHistory::LoadHardwareInfo() {
 }
 
 bool RunHistory::LoadNearHardware(Table& table) {
-  const std::string statement = NearStatement(tStartText);
-  PGresult* handedOver = nullptr;
-  const bool sent = table.ExecuteSQL(statement, handedOver);
-  const ResultHandle rows(handedOver);
-  if (!sent) { return true; }
-  if (ReportUnlessRows(rows.get(), statement, table)) { return false; }
+  std::optional<Rows> rows;
+  if (!AskForHardware(NearStatement(tStartText), tStartText, kNearColumns, table, rows)) { return true; }
+  if (!rows) { return false; }
+  const ConversionTimer timer("installed hardware", rows->Count());
   OutsideRows outside("LoadHardwareInfo");
-  for (int row = 0; row < PQntuples(rows.get()); ++row) {
-    const auto text = [&](int column) { return PQgetvalue(rows.get(), row, column); };
-    const DCMPlace place = PlaceOfDCM(text(0));
-    const InstalledModule module{place.diblock,      place.dcm,          IntegerIn(text(1)),
-                                 IntegerIn(text(2)), IntegerIn(text(3)), IntegerIn(text(4))};
+  for (const RowView row : *rows) {
+    const auto number = [&](int column) { return IntegerIn(row.Text(column)); };
+    const DCMPlace place = PlaceOfDCM(row.Text(0));
+    const InstalledModule module{place.diblock, place.dcm, number(1), number(2), number(3), number(4)};
     if (Mark(diBlocks, module, true, outside)) { ++nInstrumentedFEBs; }
   }
   outside.Report();
@@ -156,18 +164,17 @@ bool RunHistory::LoadNearHardware(Table& table) {
 
 bool RunHistory::LoadFarHardware(Table& table) {
   const std::string statement = FarStatement(tStartText);
-  PGresult* handedOver = nullptr;
-  const bool sent = table.ExecuteSQL(statement, handedOver);
-  const ResultHandle rows(handedOver);
-  if (!sent) {
+  std::optional<Rows> rows;
+  if (!AskForHardware(statement, tStartText, kFarColumns, table, rows)) {
     WriteLine(std::cerr, "SQL error, failed query: ", statement);
     table.CloseConnection();
     return false;
   }
-  if (ReportUnlessRows(rows.get(), statement, table)) { return false; }
+  if (!rows) { return false; }
+  const ConversionTimer timer("installed hardware", rows->Count());
   OutsideRows outside("LoadHardwareInfo");
-  for (int row = 0; row < PQntuples(rows.get()); ++row) {
-    const auto number = [&](int column) { return IntegerIn(PQgetvalue(rows.get(), row, column)); };
+  for (const RowView row : *rows) {
+    const auto number = [&](int column) { return IntegerIn(row.Text(column)); };
     const int diblock = number(0);
     if (useGoodDiBlockMask && !IsGoodDiBlock(diblock)) { continue; }
     const InstalledModule module{diblock, number(1), number(2), number(3), number(4), number(5)};

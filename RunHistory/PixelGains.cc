@@ -1,6 +1,6 @@
 #include "RunHistory/PixelGains.h"
 
-#include <array>
+#include <cstring>
 
 #include "RunHistory/NumberText.h"
 #include "database/PerformPGQuery.h"
@@ -19,6 +19,7 @@ namespace {
 
 constexpr int kPixels = 32;
 constexpr float kUnmeasuredGain = 100.0F;
+constexpr int kColumns = 6;
 
 enum GainColumn { kSerial, kBatch, kTemperature, kPixelColumn, kPixelRow, kGain };
 
@@ -43,33 +44,33 @@ int TesterIndex(const char* column, const char* row) {
 
 GainsReader::GainsReader(int detector) : pixels_(PixelsByTesterIndex(detector)) {}
 
-void GainsReader::Take(const PGresult* rows, int row) {
-  const auto text = [&](GainColumn column) { return PQgetvalue(rows, row, column); };
-  const char* serial = text(kSerial);
-  const bool sameAPD = current_ != nullptr && current_->first == serial;
+void GainsReader::Take(const RowView& row) {
+  const char* serial = row.Text(kSerial);
+  const bool sameAPD = current_ != nullptr && std::strcmp(current_->first.c_str(), serial) == 0;
   if (sameAPD && !batchGoesOn_) { return; }
-  const int batch = IntegerIn(text(kBatch));
+  const int batch = IntegerIn(row.Text(kBatch));
   if (!sameAPD) { Begin(serial, batch); }
   batchGoesOn_ = batchGoesOn_ && batch == batch_;
   if (!batchGoesOn_) { return; }
-  const int index = TesterIndex(text(kPixelColumn), text(kPixelRow));
+  const int index = TesterIndex(row.Text(kPixelColumn), row.Text(kPixelRow));
   if (index < 0 || index >= kPixels) { return; }
-  current_->second[pixels_[static_cast<std::size_t>(index)]] = static_cast<float>(NumberIn(text(kGain)));
+  current_->second[pixels_[static_cast<std::size_t>(index)]] = FloatIn(row.Text(kGain));
 }
 
 /// An APD that was met before keeps the gains that it has.
 void GainsReader::Begin(const char* serial, int batch) {
-  const auto [entry, isNew] = gains_.try_emplace(serial);
-  if (isNew) { entry->second.assign(kPixels, kUnmeasuredGain); }
-  current_ = &*entry;
+  const std::size_t before = gains_.size();
+  current_ = &*gains_.try_emplace(gains_.end(), serial);  // they come in this order
+  const bool isNew = gains_.size() > before;
+  if (isNew) { current_->second.assign(kPixels, kUnmeasuredGain); }
   batch_ = batch;
   batchGoesOn_ = isNew;
 }
 
 std::optional<GainsBySerial> PullGains(Table& table, int detector) {
   GainsReader reader(detector);
-  const auto take = [&reader](const PGresult* rows, int row) { reader.Take(rows, row); };
-  if (!PerformPGQuery(kGainsStatement, table, take)) { return std::nullopt; }
+  const auto take = [&reader](const RowView& row) { reader.Take(row); };
+  if (!PerformPGQuery(kGainsStatement, table, take, kColumns)) { return std::nullopt; }
   return reader.TakeGains();
 }
 

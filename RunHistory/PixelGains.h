@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include <libpq-fe.h>
+#include "database/RowView.h"
 
 namespace brio::dbi {
 
@@ -24,7 +24,7 @@ extern const char* const kGainsStatement;
 class GainsReader {
 public:
   explicit GainsReader(int detector);
-  void Take(const PGresult* rows, int row);
+  void Take(const RowView& row);
   GainsBySerial TakeGains() { return std::move(gains_); }
 
 private:

@@ -298,7 +298,7 @@ private:
   bool LoadNearHardware(Table& table);
   bool LoadFarHardware(Table& table);
   APDsByModule PullAPDInfoFromDB();
-  LocationMap PullFEBInfoFromDB(const APDsByModule& apds);
+  LocationMap PullFEBInfoFromDB(APDsByModule apds);
   void MapHardwareToLocation();
   void StoreMappedGains();
   DCMSettingsFacts& FactsOf(const DiBlock& diblock, const DCM& dcm);

@@ -1,5 +1,7 @@
 #include "database/PerformPGQuery.h"
 
+#include <utility>
+
 #include "database/Result.h"
 #include "framework/MessageLogger.h"
 #include "framework/exception.h"
@@ -7,50 +9,74 @@
 namespace brio::dbi {
 namespace {
 
-void GiveUp(const char* reason, const std::string& query, Table& table) {
+bool GiveUp(const char* reason, const std::string& query, Table& table) {
   LogError("RunHistory") << reason << query;
   table.CloseConnection();
+  return false;
 }
 
-/// Runs a query by `execute`. \return its result, or null when it failed in any way
+/// Runs a query by `execute`, which tells whether it was sent and, in its argument, whether it returned rows.
+/// \return false when it failed in any way
 template <class Execute>
-ResultHandle Perform(const std::string& query, Table& table, Execute execute) {
+bool Perform(const std::string& query, Table& table, Execute execute) {
   if (!table.GetConnection(0)) {
     LogError("RunHistory") << "Failed to connect to hardware database! "
                            << "Failed to load hardware info.";
-    return nullptr;
+    return false;
   }
   LogInfo("RunHistory") << "about to execute query\n" << query;
-  PGresult* handedOver = nullptr;
-  const bool sent = execute(handedOver);
-  ResultHandle result(handedOver);
-  if (sent && PQresultStatus(result.get()) == PGRES_TUPLES_OK) { return result; }
-  GiveUp(sent ? "Query failed: " : "SQL error, failed query: ", query, table);
-  return nullptr;
+  bool hasRows = false;
+  if (!execute(hasRows)) { return GiveUp("SQL error, failed query: ", query, table); }
+  return hasRows || GiveUp("Query failed: ", query, table);
 }
+
+bool IsRows(const PGresult* result) { return PQresultStatus(result) == PGRES_TUPLES_OK; }
 
 void ReportRows(int nRows) { LogInfo("RunHistory") << "query returned " << nRows << " rows"; }
 
 }  // namespace
 
 PGresult* PerformPGQuery(const std::string& query, Table& table, int columns) {
-  ResultHandle rows =
-      Perform(query, table, [&](PGresult*& result) { return table.ExecuteSQL(query, result, columns); });
-  if (rows) { ReportRows(PQntuples(rows.get())); }
+  ResultHandle rows;
+  const bool succeeded = Perform(query, table, [&](bool& hasRows) {
+    PGresult* result = nullptr;
+    const bool wasSent = table.ExecuteSQL(query, result, columns);
+    rows.reset(result);
+    hasRows = IsRows(result);
+    return wasSent;
+  });
+  if (!succeeded) { return nullptr; }
+  ReportRows(PQntuples(rows.get()));
   return rows.release();
+}
+
+bool PerformPGQuery(const std::string& query, Table& table, Rows& rows, int columns) {
+  std::optional<Rows> answer;
+  const bool succeeded = Perform(query, table, [&](bool& hasRows) {
+    const bool wasSent = table.ExecuteSQL(query, answer, columns);
+    hasRows = answer.has_value();
+    return wasSent;
+  });
+  rows = succeeded ? std::move(*answer) : Rows();
+  if (succeeded) { ReportRows(rows.Count()); }
+  return succeeded;
 }
 
 std::optional<int> PerformPGQuery(const std::string& query, Table& table, const RowConsumer& take,
                                   int columns) {
   int nRows = 0;
-  const RowConsumer takeAndCount = [&](const PGresult* rows, int row) {
+  const RowConsumer takeAndCount = [&](const RowView& row) {
     ++nRows;
-    take(rows, row);
+    take(row);
   };
-  const ResultHandle end = Perform(query, table, [&](PGresult*& result) {
-    return table.ExecuteSQL(query, takeAndCount, result, columns);
+  const bool succeeded = Perform(query, table, [&](bool& hasRows) {
+    PGresult* end = nullptr;
+    const bool wasSent = table.ExecuteSQL(query, takeAndCount, end, columns);
+    hasRows = IsRows(end);
+    PQclear(end);
+    return wasSent;
   });
-  if (!end) { return std::nullopt; }
+  if (!succeeded) { return std::nullopt; }
   ReportRows(nRows);
   return nRows;
 }

@@ -20,6 +20,10 @@ namespace brio::dbi {
 ///                 where they look for one. Other rows are a failed statement; 0 takes any
 PGresult* PerformPGQuery(const std::string& query, Table& table, int columns = 0);
 
+/// The same for a reader who does not need libpq's form of the rows. \return false after a failure, with no
+/// rows
+bool PerformPGQuery(const std::string& query, Table& table, Rows& rows, int columns = 0);
+
 /// The same for rows too many to keep: gives them to `take` as they arrive.
 /// \return how many there were; nothing after a failure, which may come after some rows were given
 std::optional<int> PerformPGQuery(const std::string& query, Table& table, const RowConsumer& take,

@@ -190,7 +190,7 @@ void PostgreSQLSession::GiveRow(const PGresult* row, const RowConsumer& take, Da
   time.Pause();
   ++given_.count;
   isGivingRows_ = true;
-  take(row, 0);
+  take(RowView(row, 0));
   isGivingRows_ = false;
 }
 

@@ -24,6 +24,13 @@ std::shared_ptr<Session> OpenSession(const std::string& connectionString, int re
 
 }  // namespace
 
+Answer Session::Ask(const Statement& statement) {
+  ResultHandle result = Execute(statement);
+  const bool wasSent = result != nullptr;
+  if (PQresultStatus(result.get()) != PGRES_TUPLES_OK) { return {wasSent, std::nullopt}; }
+  return {wasSent, Rows(std::move(result))};
+}
+
 std::shared_ptr<Session> AcquireSession(const std::string& detector, DatabaseKind kind, int retries) {
   const auto connectionString = ExpandConnectionString(detector, kind);
   if (!connectionString) { return nullptr; }

@@ -7,6 +7,7 @@
 
 #include "database/Result.h"
 #include "database/RowConsumer.h"
+#include "database/Rows.h"
 
 namespace brio::dbi {
 
@@ -26,7 +27,7 @@ struct GivenRows {
 };
 
 /// An open source of answers: a connection to a server, or whatever else stands where a server stands.
-/// Results are libpq's in any case. Used by one thread at a time.
+/// Used by one thread at a time.
 class Session {
 public:
   Session() = default;
@@ -38,6 +39,9 @@ public:
   /// status PGRES_FATAL_ERROR, and is logged at error severity, category "BrioDatabase". Rows with another
   /// number of columns than the statement's are such a failure, after which the session is closed.
   virtual ResultHandle Execute(const Statement& statement) = 0;
+  /// The same for a reader who does not need libpq's form of the rows. This gives what Execute gives; a
+  /// source that is no server has its own way.
+  virtual Answer Ask(const Statement& statement);
   /// The same for rows too many to keep: gives them to `take` as they arrive, also those before a failure.
   /// The result has none. The consumer cannot use the session: what it asks there is not sent (null, with an
   /// error logged), and closing waits until the rows have been given.

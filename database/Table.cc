@@ -25,7 +25,7 @@ bool Contains(const std::vector<std::string>& list, const std::string& text) {
 
 }  // namespace
 
-Table::Table() : result_(nullptr, &PQclear) {}
+Table::Table() = default;
 
 Table::Table(const char* definitionFile) : Table() {
   if (definitionFile == nullptr) {
@@ -115,7 +115,7 @@ const Row* Table::GetRow(int index) const {
 void Table::ForgetRows() {
   rows_.clear();
   cells_.clear();
-  result_.reset();
+  answer_ = Rows();
 }
 
 std::string Table::QuotedName() const {
@@ -169,29 +169,28 @@ bool Table::Load() {
   if (!GetConnection(0)) { return false; }
   const Statement statement = SelectStatement();
   const auto start = Clock::now();
-  ResultHandle result = session_->Execute(statement);
+  Answer answer = session_->Ask(statement);
   if (timeQueries_) {
     LogInfo("BrioDatabase") << "query took " << MillisecondsSince(start) << " ms: " << statement.text;
   }
-  if (PQresultStatus(result.get()) != PGRES_TUPLES_OK) { return false; }
-  return MakeRows(result.release());
+  if (!answer.rows) { return false; }
+  answer_ = std::move(*answer.rows);
+  MakeRows();
+  return true;
 }
 
-bool Table::MakeRows(PGresult* result) {
+void Table::MakeRows() {
   const auto start = Clock::now();
-  result_.reset(result);
-  const auto nRows = static_cast<std::size_t>(PQntuples(result));
+  const auto nRows = static_cast<std::size_t>(answer_.Count());
   cells_.resize(nRows * columns_.size());
   rows_.reserve(nRows);
   for (std::size_t row = 0; row < nRows; ++row) {
     Column* cells = &cells_[row * columns_.size()];
+    const RowView values = answer_.At(static_cast<int>(row));
     int field = 0;
     for (std::size_t column = 0; column < columns_.size(); ++column) {
       if (Contains(excluded_, columns_[column].Name())) { continue; }
-      const int index = static_cast<int>(row);
-      if (PQgetisnull(result, index, field) == 0) {
-        cells[column] = Column(PQgetvalue(result, index, field));
-      }
+      if (!values.IsNull(field)) { cells[column] = Column(values.Text(field)); }
       ++field;
     }
     rows_.emplace_back(cells, columns_.size());
@@ -200,7 +199,6 @@ bool Table::MakeRows(PGresult* result) {
     LogInfo("BrioDatabase") << "parsing " << nRows << " rows of " << QuotedName() << " took "
                             << MillisecondsSince(start) << " ms";
   }
-  return true;
 }
 
 bool Table::GetConnection(int retries) {
@@ -210,26 +208,14 @@ bool Table::GetConnection(int retries) {
   return session_ != nullptr;
 }
 
-bool Table::ExecuteSQL(std::string statement, PGresult*& result, int columns) {
-  return Execute(result, [&](Session& session) {
-    return session.Execute({std::move(statement), {}, false, columns});
-  });
-}
-
-bool Table::ExecuteSQL(std::string statement, const RowConsumer& take, PGresult*& result, int columns) {
-  return Execute(result, [&](Session& session) {
-    return session.ExecuteByRow({std::move(statement), {}, false, columns}, take);
-  });
-}
-
-template <class Run>
-bool Table::Execute(PGresult*& result, Run run) {
-  result = nullptr;
+/// What a statement on the session gives; without a session a result that says it was not sent.
+template <class Result, class Run>
+Result Table::Timed(Run run) {
   // A consumer may make the table give its connection up.
   const auto session = session_;
-  if (!session) { return false; }
+  if (!session) { return Result(); }
   const auto start = Clock::now();
-  ResultHandle handle = run(*session);
+  Result result = run(*session);
   const GivenRows given = session->LastGiven();
   if (timeQueries_) {
     LogInfo("BrioDatabase") << "query took " << Milliseconds(Clock::now() - start - given.taken) << " ms";
@@ -238,8 +224,31 @@ bool Table::Execute(PGresult*& result, Run run) {
     LogInfo("BrioDatabase") << "parsing " << given.count << " rows took " << Milliseconds(given.taken)
                             << " ms";
   }
-  result = handle.release();
+  return result;
+}
+
+bool Table::ExecuteSQL(std::string statement, PGresult*& result, int columns) {
+  result = nullptr;
+  result = Timed<ResultHandle>([&](Session& session) {
+             return session.Execute({std::move(statement), {}, false, columns});
+           }).release();
   return result != nullptr;
+}
+
+bool Table::ExecuteSQL(std::string statement, const RowConsumer& take, PGresult*& result, int columns) {
+  result = nullptr;
+  result = Timed<ResultHandle>([&](Session& session) {
+             return session.ExecuteByRow({std::move(statement), {}, false, columns}, take);
+           }).release();
+  return result != nullptr;
+}
+
+bool Table::ExecuteSQL(std::string statement, std::optional<Rows>& rows, int columns) {
+  Answer answer = Timed<Answer>([&](Session& session) {
+    return session.Ask({std::move(statement), {}, false, columns});
+  });
+  rows = std::move(answer.rows);
+  return answer.wasSent;
 }
 
 void Table::CloseConnection() { session_.reset(); }

@@ -12,6 +12,7 @@
 #include "database/PlainText.h"
 #include "database/Row.h"
 #include "database/RowConsumer.h"
+#include "database/Rows.h"
 
 namespace brio::dbi {
 
@@ -107,17 +108,20 @@ public:
   /// The result has none. While it gives rows the connection takes no other statement (false, with an error
   /// logged), and the table must live on.
   bool ExecuteSQL(std::string statement, const RowConsumer& take, PGresult*& result, int columns = 0);
+  /// The same for a reader who does not need libpq's form of the rows. `rows` is nothing when the statement
+  /// failed, or is not one that returns rows.
+  bool ExecuteSQL(std::string statement, std::optional<Rows>& rows, int columns = 0);
   /// Gives the connection up; harmless when there is none.
   void CloseConnection();
 
 private:
   bool SetValidityText(const std::string& column, const std::string& lower, const std::string& upper);
   void ForgetRows();
-  bool MakeRows(PGresult* result);
+  void MakeRows();
   Statement SelectStatement() const;
   std::string QuotedName() const;
-  template <class Run>
-  bool Execute(PGresult*& result, Run run);
+  template <class Result, class Run>
+  Result Timed(Run run);
 
   std::vector<ColumnDef> columns_;
   std::string definitionFile_;
@@ -135,7 +139,7 @@ private:
   std::vector<ColumnDef> validityUpper_;
   bool hasValidityRange_ = false;
   std::optional<std::string> refusedRange_;
-  std::unique_ptr<PGresult, void (*)(PGresult*)> result_;
+  Rows answer_;
   std::vector<Column> cells_;
   std::vector<Row> rows_;
   std::shared_ptr<Session> session_;

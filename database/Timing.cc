@@ -37,4 +37,14 @@ ConversionTimer::~ConversionTimer() {
   }
 }
 
+Answer TimedAsk(Session& session, const Statement& statement) {
+  const auto start = Clock::now();
+  Answer answer = session.Ask(statement);
+  if (loadscope::TimesQueries()) {
+    const std::chrono::duration<double, std::milli> took = Clock::now() - start;
+    LogInfo("BrioDatabase") << "query took " << took.count() << " ms: " << statement.text;
+  }
+  return answer;
+}
+
 }  // namespace brio::dbi

@@ -27,4 +27,7 @@ private:
   std::chrono::steady_clock::duration spentBefore_;
 };
 
+/// The same as TimedExecute for a reader who does not need libpq's form of the rows.
+Answer TimedAsk(Session& session, const Statement& statement);
+
 }  // namespace brio::dbi

@@ -50,7 +50,6 @@ std::string ReadRun(Connection& connection, const Statements& statements, int ru
     if (std::strcmp(PQgetvalue(resources.get(), row, 1), "dcm") != 0) { continue; }
     const char* name = PQgetvalue(resources.get(), row, 2);
     detector.active[PlaceIn(name, 0) / kPorts] = 1;
-    detector.names.emplace_back(name);
   }
   return PQgetvalue(runs.get(), 0, 3);
 }
@@ -77,10 +76,10 @@ void ReadInstalled(Connection& connection, const Statements& statements, FlatDet
 
 void ReadConfiguration(Connection& connection, const Statements& statements, const std::string& configId,
                        FlatDetector& detector) {
-  const std::vector<std::string> parameters{configId, ArrayText(detector.names)};
-  auto rows = connection.Ask(statements.masks, parameters, 1);
+  auto rows = connection.Ask(statements.masks, {configId}, 1);
   for (int row = 0; row < PQntuples(rows.get()); ++row) {
     const std::size_t first = PlaceIn(PQgetvalue(rows.get(), row, 0), 0);
+    if (detector.active[first / kPorts] == 0) { continue; }
     const auto boards = BigEndian<std::uint64_t>(PQgetvalue(rows.get(), row, 1));
     const char* masks = PQgetvalue(rows.get(), row, 2);
     for (std::size_t port = 0; port < kPorts; ++port) {
@@ -89,9 +88,11 @@ void ReadConfiguration(Connection& connection, const Statements& statements, con
       detector.pixelMask[first + port] = BigEndian<std::int32_t>(masks + 4 * port);
     }
   }
-  rows = connection.Ask(statements.thresholds, parameters, 1);
+  rows = connection.Ask(statements.thresholds, {configId}, 1);
   for (int row = 0; row < PQntuples(rows.get()); ++row) {
-    std::int16_t* thresholds = &detector.thresholds[PlaceIn(PQgetvalue(rows.get(), row, 0), 0) * kPixels];
+    const std::size_t first = PlaceIn(PQgetvalue(rows.get(), row, 0), 0);
+    if (detector.active[first / kPorts] == 0) { continue; }
+    std::int16_t* thresholds = &detector.thresholds[first * kPixels];
     const char* packed = PQgetvalue(rows.get(), row, 1);
     for (std::size_t i = 0; i < kPorts * kPixels; ++i) {
       thresholds[i] = BigEndian<std::int16_t>(packed + 2 * i);
@@ -101,12 +102,13 @@ void ReadConfiguration(Connection& connection, const Statements& statements, con
 
 void ReadSettings(Connection& connection, const Statements& statements, const std::string& configId,
                   FlatDetector& detector) {
-  const auto result = connection.Ask(statements.settings, {configId, ArrayText(detector.names)}, 1);
+  const auto result = connection.Ask(statements.settings, {configId}, 1);
   const PGresult* rows = result.get();
   std::vector<char> hasTemperature(kBoards);
   for (int row = 0; row < PQntuples(rows); ++row) {
     const auto port = BigEndian<std::uint16_t>(PQgetvalue(rows, row, 1));
     const std::size_t place = PlaceIn(PQgetvalue(rows, row, 0), port);
+    if (detector.active[place / kPorts] == 0) { continue; }
     if (PQgetisnull(rows, row, 2) == 0) { detector.temperatureEnabled[place] = *PQgetvalue(rows, row, 2); }
     if (PQgetisnull(rows, row, 3) == 0) {
       const auto bits = BigEndian<std::uint64_t>(PQgetvalue(rows, row, 3));
@@ -269,6 +271,6 @@ int main(int argc, char** argv) {
   Answers answers;
   if (options.stage != Stage::Pull) { answers = AnswersOf(detector, true); }
   AddHardware(hardware, answers);
-  Report(watch.Milliseconds(), peak, connection.GetTraffic(), answers);
+  Report(watch, peak, connection.GetTraffic(), answers);
   return walked == 1 ? 1 : 0;
 }

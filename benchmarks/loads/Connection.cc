@@ -57,12 +57,4 @@ dbi::ResultHandle Connection::Checked(PGresult* result) {
   throw std::runtime_error(PQerrorMessage(connection_.get()));
 }
 
-std::string ArrayText(const std::vector<std::string>& names) {
-  std::string text;
-  for (const auto& name : names) {
-    text += (text.empty() ? "{" : ",") + name;
-  }
-  return text + "}";
-}
-
 }  // namespace brio::benchmarks

@@ -43,9 +43,6 @@ private:
   Traffic traffic_;
 };
 
-/// A list of names in the server's form of a text[].
-std::string ArrayText(const std::vector<std::string>& names);
-
 /// The 2 digits of a DCM's name, "dcm-d-DD-CC", at a position.
 inline int DigitsAt(const char* name, std::size_t position) {
   return 10 * (name[position] - '0') + (name[position + 1] - '0');

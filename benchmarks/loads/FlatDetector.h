@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
 #include <vector>
 
 #include "benchmarks/loads/Answers.h"
@@ -16,7 +15,6 @@ struct PixelGains {
 /// A far detector in flat arrays: one value for each board, or for each pixel of each board.
 struct FlatDetector {
   std::vector<char> active = std::vector<char>(kDiBlocks * kDCMs);
-  std::vector<std::string> names;
   std::vector<char> installed = std::vector<char>(kBoards);
   std::vector<std::uint16_t> block = std::vector<std::uint16_t>(kBoards);
   std::vector<std::uint16_t> plane = std::vector<std::uint16_t>(kBoards);

@@ -102,7 +102,7 @@ int main(int argc, char** argv) {
   const long peak = PeakKilobytes();
   const auto after = ConnectionStatistics::Now();
   Report(
-      watch.Milliseconds(), peak,
+      watch, peak,
       {after.connectionsOpened - before.connectionsOpened, after.statementsSent - before.statementsSent, 0},
       AnswersOf(run));
 }

@@ -15,14 +15,10 @@ void MappedDetector::AddConcentrator(const std::string& name) {
   dcm.boards.resize(kPorts);
 }
 
-std::vector<std::string> MappedDetector::Names() const {
-  std::vector<std::string> names;
-  for (const auto& [number, dcms] : diblocks) {
-    for (const auto& dcm : dcms) {
-      if (dcm.active) { names.push_back(dcm.name); }
-    }
-  }
-  return names;
+bool MappedDetector::Has(const std::string& name) const {
+  const auto diblock = diblocks.find(std::atoi(name.substr(6, 2).c_str()));
+  const auto dcm = static_cast<std::size_t>(std::atoi(name.substr(9, 2).c_str()) - 1);
+  return diblock != diblocks.end() && dcm < diblock->second.size() && diblock->second[dcm].active;
 }
 
 Concentrator& MappedDetector::Named(const std::string& name) {
@@ -46,6 +42,7 @@ void MappedDetector::MarkInstalled(int diblock, int dcm, int port, int block, in
 
 void MappedDetector::SetMasks(const std::string& name, std::uint64_t boards,
                               const std::vector<std::int32_t>& pixelMasks) {
+  if (!Has(name)) { return; }
   auto& dcm = Named(name);
   for (std::size_t port = 0; port < kPorts; ++port) {
     if (((boards >> port) & 1U) == 0) { continue; }
@@ -55,6 +52,7 @@ void MappedDetector::SetMasks(const std::string& name, std::uint64_t boards,
 }
 
 void MappedDetector::SetThresholds(const std::string& name, const std::vector<std::int16_t>& thresholds) {
+  if (!Has(name)) { return; }
   auto& dcm = Named(name);
   for (std::size_t port = 0; port < kPorts; ++port) {
     if (!dcm.boards[port].enabled) { continue; }

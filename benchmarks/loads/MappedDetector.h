@@ -64,7 +64,8 @@ struct MappedDetector {
   std::map<Place, std::pair<FEB, APD>> hardware;
 
   void AddConcentrator(const std::string& name);
-  std::vector<std::string> Names() const;
+  /// Whether the run has the DCM of a name.
+  bool Has(const std::string& name) const;
   /// The DCM of a name, "dcm-d-DD-CC".
   Concentrator& Named(const std::string& name);
   void MarkInstalled(int diblock, int dcm, int port, int block, int plane, int position);

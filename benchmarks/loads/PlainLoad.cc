@@ -56,6 +56,7 @@ void LoadSettings(Connection& connection, const Statements& statements,
   std::map<MappedDetector::Place, bool> recorded;
   for (int i = 0; i < settings.Size(); ++i) {
     const std::string name = settings.Text(i, 0);
+    if (!detector.Has(name)) { continue; }
     const int port = settings.Integer(i, 1);
     Board& board = detector.Named(name).boards.at(static_cast<std::size_t>(port));
     board.temperatureEnabled = settings.Text(i, 2) == "t";
@@ -137,7 +138,7 @@ void LoadRun(Connection& connection, const Statements& statements, int run, Mapp
     detector.MarkInstalled(diblock, dcm, port, hardware.Integer(i, 3), hardware.Integer(i, 4),
                            hardware.Integer(i, 5));
   }
-  const std::vector<std::string> parameters{runs.Text(0, 3), ArrayText(detector.Names())};
+  const std::vector<std::string> parameters{runs.Text(0, 3)};
   LoadConfiguration(connection, statements, parameters, detector);
   LoadSettings(connection, statements, parameters, detector);
   LoadHardware(connection, statements, detector);
@@ -155,5 +156,5 @@ int main(int argc, char** argv) {
   connection.Close();
   watch.Stop();
   const long peak = PeakKilobytes();
-  Report(watch.Milliseconds(), peak, connection.GetTraffic(), detector.GetAnswers());
+  Report(watch, peak, connection.GetTraffic(), detector.GetAnswers());
 }

@@ -47,17 +47,17 @@ std::vector<T> Packed(const pqxx::field& field) {
 
 void LoadConfiguration(Client& client, const Statements& statements, long long configId,
                        MappedDetector& detector) {
-  const std::string names = ArrayText(detector.Names());
-  for (const auto& row : client.Ask(statements.masks, configId, names)) {
+  for (const auto& row : client.Ask(statements.masks, configId)) {
     detector.SetMasks(row[0].as<std::string>(), static_cast<std::uint64_t>(row[1].as<long long>()),
                       Packed<std::int32_t>(row[2]));
   }
-  for (const auto& row : client.Ask(statements.thresholds, configId, names)) {
+  for (const auto& row : client.Ask(statements.thresholds, configId)) {
     detector.SetThresholds(row[0].as<std::string>(), Packed<std::int16_t>(row[1]));
   }
   std::map<MappedDetector::Place, bool> recorded;
-  for (const auto& row : client.Ask(statements.settings, configId, names)) {
+  for (const auto& row : client.Ask(statements.settings, configId)) {
     const auto name = row[0].as<std::string>();
+    if (!detector.Has(name)) { continue; }
     const int port = row[1].as<int>();
     Board& board = detector.Named(name).boards.at(static_cast<std::size_t>(port));
     board.temperatureEnabled = row[2].as<bool>(false);
@@ -152,5 +152,5 @@ int main(int argc, char** argv) {
   client.Close();
   watch.Stop();
   const long peak = PeakKilobytes();
-  Report(watch.Milliseconds(), peak, client.GetTraffic(), detector.GetAnswers());
+  Report(watch, peak, client.GetTraffic(), detector.GetAnswers());
 }

@@ -1,5 +1,7 @@
 #include "benchmarks/loads/Program.h"
 
+#include <sys/resource.h>
+
 #include <cstdlib>
 #include <fstream>
 #include <iostream>
@@ -41,6 +43,15 @@ Statements ReadStatements(const std::string& file) {
   return s;
 }
 
+double ProcessorMilliseconds() {
+  rusage usage{};
+  getrusage(RUSAGE_SELF, &usage);
+  const auto milliseconds = [](const timeval& time) {
+    return 1e3 * static_cast<double>(time.tv_sec) + 1e-3 * static_cast<double>(time.tv_usec);
+  };
+  return milliseconds(usage.ru_utime) + milliseconds(usage.ru_stime);
+}
+
 long PeakKilobytes() {
   std::ifstream status("/proc/self/status");
   for (std::string key; status >> key;) {
@@ -51,8 +62,9 @@ long PeakKilobytes() {
   throw std::runtime_error("cannot read VmHWM in /proc/self/status");
 }
 
-void Report(double milliseconds, long peakKilobytes, const Traffic& traffic, const Answers& answers) {
-  const nlohmann::json report{{"milliseconds", milliseconds},
+void Report(const Stopwatch& watch, long peakKilobytes, const Traffic& traffic, const Answers& answers) {
+  const nlohmann::json report{{"milliseconds", watch.Milliseconds()},
+                              {"processor_milliseconds", watch.OnProcessor()},
                               {"peak_kilobytes", peakKilobytes},
                               {"connections", traffic.connections},
                               {"statements", traffic.statements},

@@ -36,16 +36,25 @@ struct Statements {
 /// Reads a file with one statement a line.
 Statements ReadStatements(const std::string& file);
 
-/// The wall time of a load, from construction to Stop().
+/// This process's time on a processor so far, its own and the kernel's for it.
+double ProcessorMilliseconds();
+
+/// The wall time and the processor time of a load, from construction to Stop().
 class Stopwatch {
 public:
-  void Stop() { stop_ = Clock::now(); }
+  void Stop() {
+    stop_ = Clock::now();
+    processor_ = ProcessorMilliseconds() - processorStart_;
+  }
   double Milliseconds() const { return std::chrono::duration<double, std::milli>(stop_ - start_).count(); }
+  double OnProcessor() const { return processor_; }
 
 private:
   using Clock = std::chrono::steady_clock;
+  double processorStart_ = ProcessorMilliseconds();
   Clock::time_point start_ = Clock::now();
   Clock::time_point stop_;
+  double processor_ = 0.0;
 };
 
 /// What a load asked of the server.
@@ -59,6 +68,6 @@ struct Traffic {
 long PeakKilobytes();
 
 /// Writes the last line of standard output, in JSON.
-void Report(double milliseconds, long peakKilobytes, const Traffic& traffic, const Answers& answers);
+void Report(const Stopwatch& watch, long peakKilobytes, const Traffic& traffic, const Answers& answers);
 
 }  // namespace brio::benchmarks

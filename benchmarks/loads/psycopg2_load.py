@@ -74,14 +74,14 @@ class Load:
         for _, kind, name, _, _ in self.ask("resources", number):
             if kind == "dcm":
                 self.dcms[int(name[6:8]), int(name[9:11])] = [Board() for _ in range(64)]
-        self.names = [f"dcm-2-{diblock:02}-{dcm:02}" for diblock, dcm in self.dcms]
         self.installed()
         self.configuration(config_id)
         self.settings(config_id)
         self.store_gains(self.pull())
 
     def named(self, name):
-        return self.dcms[int(name[6:8]), int(name[9:11])]
+        """The boards of a DCM; none when the run does not have it."""
+        return self.dcms.get((int(name[6:8]), int(name[9:11])), ())
 
     def installed(self):
         for diblock, dcm, port, *module in self.ask("hardware"):
@@ -92,12 +92,12 @@ class Load:
             boards[port].module = module
 
     def configuration(self, config_id):
-        for name, enabled, masks in self.ask("masks", config_id, self.names):
+        for name, enabled, masks in self.ask("masks", config_id):
             for port, (board, mask) in enumerate(zip(self.named(name), struct.unpack(">64i", masks))):
                 if enabled >> port & 1:
                     board.enabled = True
                     board.pixel_mask = mask
-        for name, packed in self.ask("thresholds", config_id, self.names):
+        for name, packed in self.ask("thresholds", config_id):
             thresholds = struct.unpack(">2048h", packed)
             for port, board in enumerate(self.named(name)):
                 if board.enabled:
@@ -105,8 +105,11 @@ class Load:
 
     def settings(self, config_id):
         recorded = set()
-        for name, port, enabled, temperature, voltage in self.ask("settings", config_id, self.names):
-            board = self.named(name)[port]
+        for name, port, enabled, temperature, voltage in self.ask("settings", config_id):
+            boards = self.named(name)
+            if not boards:
+                continue
+            board = boards[port]
             board.temperature_enabled = bool(enabled)
             board.voltage = voltage or 0
             if temperature is not None:
@@ -221,12 +224,15 @@ def main():
     options = parser.parse_args()
     statements = read_statements(options.statements)
     start = time.perf_counter()
+    processor_start = time.process_time()
     load = Load(options.database, statements)
     load.run(options.run)
     load.close()
     milliseconds = 1000 * (time.perf_counter() - start)
+    processor = 1000 * (time.process_time() - processor_start)
     peak = peak_kilobytes()
-    print(json.dumps({"milliseconds": milliseconds, "peak_kilobytes": peak, "connections": 1,
+    print(json.dumps({"milliseconds": milliseconds, "processor_milliseconds": processor,
+                      "peak_kilobytes": peak, "connections": 1,
                       "statements": load.sent, "rows": 0, "answers": answers(load)}))
 
 

@@ -1,5 +1,6 @@
 #include "experiment/dcs/APDSettings.h"
 
+#include "database/Timing.h"
 #include "experiment/embedded/ConfigurationQuery.h"
 #include "experiment/embedded/DCMIndex.h"
 
@@ -7,9 +8,10 @@ namespace dbutils::dcs {
 namespace {
 
 constexpr const char* kCategory = "SlowControl";
+constexpr int kColumns = 5;
 constexpr const char* kStatement =
     "SELECT dcm_name, port::smallint, temperature_enabled::boolean, temperature::double precision, "
-    "voltage::integer FROM slowcontrol.apd_settings WHERE config_id = $1 AND dcm_name = ANY($2)";
+    "voltage::integer FROM slowcontrol.apd_settings WHERE config_id = $1";
 
 struct Setting {
   std::optional<bool> temperatureEnabled;
@@ -30,7 +32,7 @@ public:
   Data(long long configId, const std::vector<std::string>& names)
       : dcms(names),
         settings(dcms.Index().Size() * FoundDCMs::kPorts),
-        valid(names.empty() || Read(configId, names)) {}
+        valid(names.empty() || Read(configId)) {}
 
   const Setting* Find(const std::string& dcmName, int port) const {
     const auto place = dcms.FindPort(dcmName, port);
@@ -42,28 +44,26 @@ public:
   bool valid;
 
 private:
-  bool Read(long long configId, const std::vector<std::string>& names) {
+  bool Read(long long configId) {
     const auto rows =
-        QueryConfiguration(brio::dbi::DatabaseKind::SlowControl, kCategory, kStatement, configId, names);
+        QueryConfiguration(brio::dbi::DatabaseKind::SlowControl, kCategory, kStatement, kColumns, configId);
     if (!rows) { return false; }
-    for (int row = 0; row < PQntuples(rows.get()); ++row) {
-      ReadAPD(rows.get(), row);
+    const brio::dbi::ConversionTimer timer("APD settings", rows->Count());
+    for (const auto row : *rows) {
+      ReadAPD(row);
     }
     return dcms.AllFound(kCategory, configId, "APD settings");
   }
 
-  void ReadAPD(const PGresult* rows, int row) {
-    const auto name = TextAt(rows, row, 0);
-    if (!name) { return; }
-    const auto position = dcms.Index().Find(*name);
-    const auto port = IntegerAt<std::int16_t>(rows, row, 1);
+  void ReadAPD(const brio::dbi::RowView& row) {
+    if (row.IsNull(0)) { return; }
+    const auto position = dcms.Index().Find(TextAt(row, 0));
+    const auto port = IntegerAt<std::int16_t>(row, 1);
     if (!position || !port || *port < 0 || *port >= FoundDCMs::kPorts) { return; }
     Setting& setting = settings[*position * FoundDCMs::kPorts + static_cast<std::size_t>(*port)];
-    if (const auto enabled = IntegerAt<std::uint8_t>(rows, row, 2)) {
-      setting.temperatureEnabled = *enabled != 0;
-    }
-    setting.temperature = DoubleAt(rows, row, 3);
-    setting.voltage = IntegerAt<std::int32_t>(rows, row, 4);
+    if (const auto enabled = IntegerAt<std::uint8_t>(row, 2)) { setting.temperatureEnabled = *enabled != 0; }
+    setting.temperature = DoubleAt(row, 3);
+    setting.voltage = IntegerAt<std::int32_t>(row, 4);
     dcms.MarkFound(*position);
   }
 };

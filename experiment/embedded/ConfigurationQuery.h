@@ -3,22 +3,23 @@
 #include <cstdint>
 #include <cstring>
 #include <optional>
-#include <string>
-#include <vector>
+#include <string_view>
 
 #include "database/Session.h"
 
 namespace dbutils {
 
-/// Asks the database of the detector that BRIODAQ_ENVIRONMENT names, in one statement, for the rows of a
-/// configuration ($1) and a list of DCM names ($2), in binary form. Null, with the reason logged at error
-/// severity, when there is no answer.
-brio::dbi::ResultHandle QueryConfiguration(brio::dbi::DatabaseKind database, const char* category,
-                                           const char* statement, long long configId,
-                                           const std::vector<std::string>& dcmNames);
+/// Asks the database of the detector that BRIODAQ_ENVIRONMENT names, in one statement, for all rows of a
+/// configuration ($1), in binary form. Whoever asks takes the DCMs it needs, so that the statement is the
+/// same for every set of them. Nothing, with the reason logged at error severity, when there is no answer.
+/// \param columns  how many the rows must have
+std::optional<brio::dbi::Rows> QueryConfiguration(brio::dbi::DatabaseKind database, const char* category,
+                                                  const char* statement, int columns, long long configId);
 
-/// A value of a binary result; nothing when it is NULL.
-std::optional<std::string> TextAt(const PGresult* rows, int row, int column);
+/// A text; empty when it is NULL.
+inline std::string_view TextAt(const brio::dbi::RowView& row, int column) {
+  return {row.Text(column), static_cast<std::size_t>(row.Length(column))};
+}
 
 /// A big-endian number of T's width.
 template <class T>
@@ -30,18 +31,16 @@ T FromBigEndian(const char* bytes) {
   return static_cast<T>(value);
 }
 
-/// A whole number of a binary result; nothing when it is NULL or of another width.
+/// A whole number of a binary row; nothing when it is NULL or of another width.
 template <class T>
-std::optional<T> IntegerAt(const PGresult* rows, int row, int column) {
-  if (PQgetisnull(rows, row, column) != 0 || PQgetlength(rows, row, column) != static_cast<int>(sizeof(T))) {
-    return std::nullopt;
-  }
-  return FromBigEndian<T>(PQgetvalue(rows, row, column));
+std::optional<T> IntegerAt(const brio::dbi::RowView& row, int column) {
+  if (row.Length(column) != static_cast<int>(sizeof(T))) { return std::nullopt; }
+  return FromBigEndian<T>(row.Text(column));
 }
 
-/// A double of a binary result; nothing when it is NULL or of another width.
-inline std::optional<double> DoubleAt(const PGresult* rows, int row, int column) {
-  const auto bits = IntegerAt<std::uint64_t>(rows, row, column);
+/// A double of a binary row; nothing when it is NULL or of another width.
+inline std::optional<double> DoubleAt(const brio::dbi::RowView& row, int column) {
+  const auto bits = IntegerAt<std::uint64_t>(row, column);
   if (!bits) { return std::nullopt; }
   double value = 0.0;
   static_assert(sizeof(value) == sizeof(*bits));

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace dbutils {
@@ -15,9 +16,13 @@ public:
 
   std::size_t Size() const { return names_.size(); }
   const std::string& Name(std::size_t position) const { return names_[position]; }
-  std::optional<std::size_t> Find(const std::string& name) const;
+  std::optional<std::size_t> Find(std::string_view name) const {
+    return last_ < names_.size() && names_[last_] == name ? last_ : Search(name);
+  }
 
 private:
+  std::optional<std::size_t> Search(std::string_view name) const;
+
   std::vector<std::string> names_;
   mutable std::size_t last_ = 0;
 };
@@ -34,9 +39,17 @@ public:
   void MarkFound(std::size_t position) { found_[position] = true; }
   bool IsFound(std::size_t position) const { return found_[position]; }
   /// The DCM's position if it was found.
-  std::optional<std::size_t> Find(const std::string& name) const;
+  std::optional<std::size_t> Find(const std::string& name) const {
+    const auto position = index_.Find(name);
+    return position && found_[*position] ? position : std::nullopt;
+  }
   /// The place of a port of a found DCM, counting 64 ports to a DCM.
-  std::optional<std::size_t> FindPort(const std::string& name, int port) const;
+  std::optional<std::size_t> FindPort(const std::string& name, int port) const {
+    if (port < 0 || port >= kPorts) { return std::nullopt; }
+    const auto position = Find(name);
+    if (!position) { return std::nullopt; }
+    return *position * kPorts + static_cast<std::size_t>(port);
+  }
   /// True when all were found; else reports at error severity how many are missing and which is the first.
   bool AllFound(const char* category, long long configId, const char* what) const;
 

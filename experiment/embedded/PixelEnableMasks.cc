@@ -3,18 +3,17 @@
 #include <bitset>
 
 #include "experiment/embedded/ConfigurationQuery.h"
-#include "experiment/embedded/DCMIndex.h"
-#include "framework/MessageLogger.h"
+#include "experiment/embedded/PackedConfiguration.h"
 
 namespace dbutils::daqconfig {
 namespace {
 
-constexpr const char* kCategory = "DAQConfiguration";
 constexpr int kBytesPerMask = 4;
+constexpr int kColumns = 3;
 constexpr const char* kStatement =
     "SELECT m.dcm_name, m.feb_enable_mask::bigint, m.pixel_enable_masks::bytea FROM daqconfig.configurations "
     "c "
-    "LEFT JOIN daqconfig.enable_masks m ON m.config_id = c.config_id AND m.dcm_name = ANY($2) "
+    "LEFT JOIN daqconfig.enable_masks m ON m.config_id = c.config_id "
     "WHERE c.config_id = $1";
 
 }  // namespace
@@ -25,7 +24,7 @@ public:
       : dcms(names),
         febMasks(dcms.Index().Size()),
         pixelMasks(dcms.Index().Size() * FoundDCMs::kPorts),
-        valid(names.empty() || Read(configId, names)) {}
+        valid(names.empty() || Read(configId)) {}
 
   FoundDCMs dcms;
   std::vector<std::uint64_t> febMasks;
@@ -33,33 +32,22 @@ public:
   bool valid;
 
 private:
-  bool Read(long long configId, const std::vector<std::string>& names) {
-    const auto rows =
-        QueryConfiguration(brio::dbi::DatabaseKind::DAQConfiguration, kCategory, kStatement, configId, names);
-    if (!rows) { return false; }
-    if (PQntuples(rows.get()) == 0) {
-      brio::LogError(kCategory) << "there is no configuration " << configId << " in daqconfig.configurations";
-      return false;
-    }
-    for (int row = 0; row < PQntuples(rows.get()); ++row) {
-      ReadDCM(rows.get(), row);
-    }
-    return dcms.AllFound(kCategory, configId, "enable masks");
+  bool Read(long long configId) {
+    return ReadPacked(
+        kStatement, kColumns, configId, "enable masks", dcms,
+        [this](const brio::dbi::RowView& row, std::size_t position) { return Store(row, position); });
   }
 
-  void ReadDCM(const PGresult* rows, int row) {
-    const auto name = TextAt(rows, row, 0);
-    if (!name) { return; }
-    const auto position = dcms.Index().Find(*name);
-    const auto febMask = IntegerAt<std::uint64_t>(rows, row, 1);
-    if (!position || !febMask || PQgetlength(rows, row, 2) != FoundDCMs::kPorts * kBytesPerMask) { return; }
-    febMasks[*position] = *febMask;
-    const char* masks = PQgetvalue(rows, row, 2);
+  bool Store(const brio::dbi::RowView& row, std::size_t position) {
+    const auto febMask = IntegerAt<std::uint64_t>(row, 1);
+    if (!febMask || row.Length(2) != FoundDCMs::kPorts * kBytesPerMask) { return false; }
+    febMasks[position] = *febMask;
+    const char* masks = row.Text(2);
     for (std::size_t port = 0; port < FoundDCMs::kPorts; ++port) {
-      pixelMasks[*position * FoundDCMs::kPorts + port] =
+      pixelMasks[position * FoundDCMs::kPorts + port] =
           FromBigEndian<std::uint32_t>(masks + kBytesPerMask * port);
     }
-    dcms.MarkFound(*position);
+    return true;
   }
 };
 

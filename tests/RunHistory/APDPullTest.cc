@@ -133,6 +133,46 @@ TEST_F(APDPull, TheRowBeforeCountsEvenIfItWasNotStored) {
   EXPECT_EQ(apds.at(100003).pixelGains, All(96.0F));
 }
 
+/// The rows of one APD need not be those of one module.
+TEST_F(APDPull, AnAPDOnTwoModulesHasItsGainsOnBoth) {
+  rows_.Add(APD("0000001", 1));
+  APDRows again = APD("0000001", 2);
+  again.item = 200002;
+  rows_.Add(again);
+  rows_.AddGains("0000001", 95);
+  const auto apds = Pull();
+  ASSERT_EQ(apds.size(), 2U);
+  EXPECT_EQ(apds.at(100001).serial, "0000001");
+  EXPECT_EQ(apds.at(100002).serial, "0000001");
+  EXPECT_EQ(apds.at(100001).pixelGains, All(95.0F));
+  EXPECT_EQ(apds.at(100002).pixelGains, All(95.0F));
+}
+
+TEST_F(APDPull, ALaterRowReplacesAllOfTheRecord) {
+  APDRows first = APD("0000001", 1);
+  rows_.Add(first);
+  APDRows second = APD("0000002", 2);
+  second.module = first.module;
+  second.added = "2014-05-06 14:35:09Z";
+  second.batch = 7;
+  second.temperature = -20;
+  second.vr = "401.5";
+  rows_.Add(second);
+  rows_.AddGains("0000001", 95);
+  rows_.AddGains("0000002", 96);
+  const auto apds = Pull();
+  ASSERT_EQ(apds.size(), 1U);
+  const auto& apd = apds.at(100001);
+  EXPECT_EQ(apd.serial, "0000002");
+  EXPECT_EQ(apd.barcodedItemId, 200002);
+  EXPECT_EQ(apd.batchNo, 7);
+  EXPECT_EQ(apd.targetDegC, -20);
+  EXPECT_EQ(apd.vr, 401.5F);
+  EXPECT_EQ(apd.module, 100001);
+  EXPECT_EQ(apd.connectionId, 500002);
+  EXPECT_EQ(apd.pixelGains, All(96.0F));
+}
+
 /// Gains of an APD that is not among the installed ones are not those of a row before.
 TEST_F(APDPull, AnAPDThatIsNotInstalledLendsNoGains) {
   rows_.Add(APD("0000001", 1));

@@ -74,6 +74,24 @@ TEST_F(FEBPull, JoinsBoardAndAPDThroughTheirModule) {
   EXPECT_EQ(apd.pixelGains, std::vector<float>(32, 95.0F));
 }
 
+TEST_F(FEBPull, AModuleThatIsCabledTwiceIsWholeAtBothPlaces) {
+  AddPlace(17);
+  rows_.AddCable("01", "02", "03", 100017);
+  rows_.AddCable("05", "06", "07", 100017);
+  FEBRows board = FEB(17);
+  board.barcode = "FEB4.1.a barcode that is long";
+  rows_.Add(board);
+  const auto mapped = Pull({{100017, APDWithGain(95)}});
+  ASSERT_EQ(mapped.size(), 3U);
+  for (const auto& place : {At(1, 2, 3), At(3, 4, 17), At(5, 6, 7)}) {
+    SCOPED_TRACE(place.diblock);
+    const auto& [feb, apd] = mapped.at(place);
+    EXPECT_EQ(feb.serial, board.barcode);
+    EXPECT_EQ(apd.serial, "0000042");
+    EXPECT_EQ(apd.pixelGains, std::vector<float>(32, 95.0F));
+  }
+}
+
 TEST_F(FEBPull, AllBoardsCarryTheDateOfTheNewest) {
   for (const int number : {1, 2, 3}) {
     AddPlace(number);

@@ -17,6 +17,8 @@ using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
+using testing::SizeIs;
+using testing::StartsWith;
 
 constexpr const char* kNoConnection =
     "RunHistory::LoadHardwareInfo(): Failed to connect to hardware database!  Failed to load hardware "
@@ -103,14 +105,24 @@ TEST_P(HardwareOf, AConnectionLostOnTheWayNeverCountsAsLoaded) {
   ExpectMarkedAtLast(run);
 }
 
-TEST_P(HardwareOf, AStartThatIsNoTimeGoesIntoTheStatementAsItStands) {
-  database.Execute("ALTER TABLE daq.runs ALTER tstart TYPE text; UPDATE daq.runs SET tstart = 'it''s late'");
+TEST_P(HardwareOf, AStartThatIsNoTimeIsNotSent) {
+  const std::string statement = StatementOf(database);
+  database.Execute(
+      "ALTER TABLE daq.runs ALTER tstart TYPE text; UPDATE daq.runs SET tstart = $$' or '1'='1$$");
   auto run = database.Run();
-  const auto activity = ActivityOf([&] { EXPECT_FALSE(run.LoadHardwareInfo()); });
-  EXPECT_THAT(activity.error, HasSubstr(" < 'it's late' and ("));
-  EXPECT_THAT(activity.error, HasSubstr(" > 'it's late') and "));
-  EXPECT_THAT(database.TakeErrors("BrioDatabase"), ElementsAre(HasSubstr("syntax error")));
-  EXPECT_TRUE(database.IsLeft());
+  const Statements statements;
+  for (int attempt = 0; attempt < 2; ++attempt) {
+    const auto activity = ActivityOf([&] { EXPECT_FALSE(run.LoadHardwareInfo()); });
+    EXPECT_EQ(activity.output, kHardwareLine);
+    EXPECT_THAT(activity.error, StartsWith("Query failed: SELECT "));
+    EXPECT_THAT(activity.error, HasSubstr(" < '' or '1'='1' and ("));
+    EXPECT_THAT(database.TakeErrors("RunHistory"),
+                ElementsAre("the run's start is no time, and no statement is sent with it: \"' or '1'='1\""));
+    EXPECT_FALSE(Peer::LoadedFlags(run).hardware);
+    EXPECT_TRUE(database.IsLeft());
+  }
+  EXPECT_THAT(statements.All(), SizeIs(2)) << "the runs' and the resources'";
+  EXPECT_EQ(run.NInstrumentedFEBs(), 0);
 }
 
 TEST(HardwareFailure, ANearStatementThatCannotBeSentIsPassedOverInSilence) {

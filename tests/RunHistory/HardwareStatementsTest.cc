@@ -52,17 +52,42 @@ TEST(HardwareStatements, OfTheHardwareLoader) {
   EXPECT_EQ(LastStatementOfHardware(11000, "Alder"), kNearPorts);
 }
 
-TEST(HardwareStatements, TakeTheStartAsItStands) {
+/// The loader answers as if the server had refused the statement.
+TEST(HardwareStatements, AreNotSentWithAStartThatIsNoTime) {
   const test::EnvironmentVariable database("BRIO_DATABASE", test::server::Template("small"));
-  auto run = test::RunStartingAt("2016-03-01' and ''='");
-  test::CapturedOutput output;
-  const test::SentStatements sent;
-  test::MapHardware(run);
-  ASSERT_EQ(sent.Texts().size(), 4U);
-  EXPECT_NE(sent.Texts()[1].find("bi.date_added < '2016-03-01' and ''=''  and (nc.date_removed"),
-            std::string::npos);
-  EXPECT_NE(sent.Texts()[2].find("bi.date_added < '2016-03-01' and ''=''  and (nc.date_removed"),
-            std::string::npos);
+  for (const char* start : {"2016-03-01' or '1'='1", "2016-03-01' and ''='", "2016-03-01\\", "2016-03-01;"}) {
+    SCOPED_TRACE(start);
+    auto run = test::RunStartingAt(start);
+    const test::CapturedMessages messages("error");
+    test::CapturedOutput output;
+    const test::SentStatements sent;
+    test::MapHardware(run);
+    EXPECT_EQ(sent.Texts(), (Texts{kGains, kCables}));
+    EXPECT_TRUE(gLocToFA.empty());
+    const auto errors = messages.Texts(Severity::Error, "RunHistory");
+    ASSERT_EQ(errors.size(), 4U);
+    EXPECT_EQ(errors[0].find("the run's start is no time, and no statement is sent with it: \"2016-03-01"),
+              0U);
+    EXPECT_EQ(errors[1].find("Query failed: select right(astat.apd_id, 7)"), 0U);
+    EXPECT_EQ(errors[2], errors[0]);
+    EXPECT_EQ(errors[3].find("Query failed: select bi.barcode"), 0U);
+    EXPECT_EQ(messages.All().size(), 4U);
+  }
+}
+
+TEST(HardwareStatements, AreSentWithEveryStartThatATimestampPrints) {
+  const test::EnvironmentVariable database("BRIO_DATABASE", test::server::Template("small"));
+  for (const char* start :
+       {"infinity", "-infinity", "2013-01-01 00:00:00 BC", "2016-03-01 03:00:00.000001"}) {
+    SCOPED_TRACE(start);
+    auto run = test::RunStartingAt(start);
+    const test::CapturedMessages messages("error");
+    test::CapturedOutput output;
+    const test::SentStatements sent;
+    test::MapHardware(run);
+    EXPECT_EQ(sent.Texts().size(), 4U);
+    EXPECT_TRUE(messages.All().empty());
+  }
 }
 
 }  // namespace

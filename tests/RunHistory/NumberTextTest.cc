@@ -171,6 +171,22 @@ TEST(NumberText, ReadsNumbersOfAnySizeAsTheCLibraryDoes) {
   }
 }
 
+/// Up to 20 digits with a point anywhere, where one way of reading ends and the next begins.
+TEST(NumberText, ReadsShortNumbersAsTheCLibraryDoes) {
+  std::mt19937_64 random(20140610);  // NOLINT(cert-msc32-c,cert-msc51-cpp)
+  for (int i = 0; i < 200'000 && !testing::Test::HasFailure(); ++i) {
+    std::string text = std::to_string(random()).substr(0, 1 + random() % 20);
+    text.insert(random() % (text.size() + 1), random() % 4 == 0 ? "" : ".");
+    if (random() % 4 == 0) { text.insert(0, "-"); }
+    ExpectReadAsByTheCLibrary(text);
+  }
+  for (const char* text :
+       {"-0", "-0.0", ".", "-", "-.", "1.", ".5", "1.2.3", "000000000000000", "9007199254740993",
+        "999999999999999", "9999999999999999", "0.000000000000001", "1..2", "1.5 ", "1e5"}) {
+    ExpectReadAsByTheCLibrary(text);
+  }
+}
+
 TEST(NumberText, ReadsVeryLongTexts) {
   for (const auto& text :
        {std::string(100'000, '1'), "0." + std::string(100'000, '0') + "1", std::string(100'000, '0') + "12.5",

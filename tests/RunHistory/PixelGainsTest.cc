@@ -43,7 +43,7 @@ GainsBySerial Read(const std::vector<GainRow>& rows) {
   GainsReader reader(kBirch);
   const auto result = ResultOf(rows);
   for (int row = 0; row < PQntuples(result.get()); ++row) {
-    reader.Take(result.get(), row);
+    reader.Take(RowView(result.get(), row));
   }
   return reader.TakeGains();
 }
@@ -60,6 +60,18 @@ std::vector<float> NominalBut(const std::vector<std::pair<std::size_t, float>>& 
     gains[pixel] = gain;
   }
   return gains;
+}
+
+TEST(PixelGains, AreReadFromRowsOfAnySource) {
+  const std::array<Cell, 6> cells{{{"0000001", 7}, {"1", 1}, {"-15", 3}, {"D", 1}, {"8", 1}, {"97.5", 4}}};
+  const std::array<Cell, 6> unmeasured{{{"0000002", 7}, {"1", 1}, {"-15", 3}, {"A", 1}, {"1", 1}, {}}};
+  GainsReader reader(kBirch);
+  reader.Take(RowView(cells.data(), 6));
+  reader.Take(RowView(unmeasured.data(), 6));
+  const auto gains = reader.TakeGains();
+  ASSERT_EQ(gains.size(), 2U);
+  EXPECT_EQ(gains.at("0000001"), NominalBut({{31, 97.5F}}));
+  EXPECT_EQ(gains.at("0000002"), NominalBut({{0, 0.0F}})) << "a gain that is NULL reads as 0";
 }
 
 TEST(PixelGains, OfNoRowsAreNone) { EXPECT_TRUE(Read({}).empty()); }

@@ -49,7 +49,7 @@ TEST_F(ColumnCount, IsAnyUnlessSaid) {
 
 TEST_F(ColumnCount, IsCheckedBeforeAnyRowIsGiven) {
   int taken = 0;
-  const auto take = [&taken](const PGresult*, int) { ++taken; };
+  const auto take = [&taken](const RowView&) { ++taken; };
   EXPECT_EQ(PerformPGQuery("SELECT g FROM generate_series(1, 3) g", table_, take, 2), std::nullopt);
   EXPECT_EQ(taken, 0);
   EXPECT_EQ(PerformPGQuery("SELECT g FROM generate_series(1, 3) g", table_, take, 1), 3);

@@ -85,7 +85,7 @@ TEST_P(EndlessAnswer, IsGivenUp) {
 
 TEST_P(EndlessAnswer, IsGivenUpRowByRow) {
   long taken = 0;
-  const auto take = [&taken](const PGresult*, int) { ++taken; };
+  const auto take = [&taken](const RowView&) { ++taken; };
   EXPECT_EQ(PerformPGQuery("SELECT 1", table_, take), std::nullopt);
   EXPECT_THAT(messages_.Texts(Severity::Error, "BrioDatabase"),
               ElementsAre(HasSubstr("the statement took longer than 1 s")));
@@ -105,7 +105,7 @@ TEST_F(LoadTimeout, EndlessRowsAreGivenUpRowByRow) {
     while (send(ForgingServer::Row({"1"}))) {}
     return false;
   });
-  EXPECT_EQ(PerformPGQuery("SELECT 1", table_, [](const PGresult*, int) {}), std::nullopt);
+  EXPECT_EQ(PerformPGQuery("SELECT 1", table_, [](const RowView&) {}), std::nullopt);
   EXPECT_THAT(messages_.Texts(Severity::Error, "BrioDatabase"),
               ElementsAre(HasSubstr("the statement took longer than 1 s")));
 }
@@ -163,7 +163,7 @@ TEST_F(LoadTimeout, LeavesOutTheClientsOwnWork) {
   const LoadScope scope;
   EXPECT_TRUE(Ask(table_));
   Sleep(1700);
-  EXPECT_EQ(PerformPGQuery("SELECT 1", table_, [](const PGresult*, int) { Sleep(1700); }), 1);
+  EXPECT_EQ(PerformPGQuery("SELECT 1", table_, [](const RowView&) { Sleep(1700); }), 1);
   EXPECT_TRUE(Ask(table_));
   EXPECT_THAT(messages_.All(), IsEmpty());
 }
@@ -177,7 +177,7 @@ TEST_F(LoadTimeout, OfRowsThatStopComingIsThatOfSilence) {
   });
   int taken = 0;
   const auto start = Clock::now();
-  EXPECT_EQ(PerformPGQuery("SELECT 1", table_, [&taken](const PGresult*, int) { ++taken; }), std::nullopt);
+  EXPECT_EQ(PerformPGQuery("SELECT 1", table_, [&taken](const RowView&) { ++taken; }), std::nullopt);
   EXPECT_LT(Clock::now() - start, std::chrono::seconds(60));
   EXPECT_EQ(taken, 2);
   EXPECT_THAT(messages_.Texts(Severity::Error, "BrioDatabase"),

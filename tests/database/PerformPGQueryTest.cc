@@ -131,9 +131,7 @@ INSTANTIATE_TEST_SUITE_P(
 class PerformQueryByRow : public PerformQuery {
 protected:
   std::optional<int> PerformByRow(const std::string& query) {
-    return PerformPGQuery(query, table_, [this](const PGresult* rows, int row) {
-      taken_.emplace_back(PQgetvalue(rows, row, 0));
-    });
+    return PerformPGQuery(query, table_, [this](const RowView& row) { taken_.emplace_back(row.Text(0)); });
   }
 
   std::vector<std::string> taken_;
@@ -174,7 +172,7 @@ TEST_F(PerformQueryByRow, WithoutConnectionSaysSo) {
 }
 
 TEST_F(PerformQueryByRow, AThrowingConsumerClosesTheConnection) {
-  const auto refuse = [](const PGresult*, int) { throw std::runtime_error("enough"); };
+  const auto refuse = [](const RowView&) { throw std::runtime_error("enough"); };
   EXPECT_THROW(PerformPGQuery("SELECT g FROM generate_series(1, 100000) g", table_, refuse),
                std::runtime_error);
   EXPECT_FALSE(IsConnected());

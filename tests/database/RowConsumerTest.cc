@@ -38,9 +38,9 @@ protected:
   template <class Action>
   std::vector<std::string> RowsWhile(Action act) {
     std::vector<std::string> rows;
-    const auto count = PerformPGQuery(kThree, table_, [&](const PGresult* result, int row) {
+    const auto count = PerformPGQuery(kThree, table_, [&](const RowView& row) {
       if (rows.empty()) { act(); }
-      rows.emplace_back(PQgetvalue(result, row, 0));
+      rows.emplace_back(row.Text(0));
     });
     EXPECT_EQ(count, 3);
     return rows;
@@ -93,7 +93,7 @@ TEST_F(FromARowConsumer, AnotherConnectionMayBeUsed) {
 TEST_F(FromARowConsumer, RowsThatCannotBeHadOneByOneAreAFailure) {
   const test::NoSingleRows refused;
   int taken = 0;
-  EXPECT_EQ(PerformPGQuery(kThree, table_, [&](const PGresult*, int) { ++taken; }), std::nullopt);
+  EXPECT_EQ(PerformPGQuery(kThree, table_, [&](const RowView&) { ++taken; }), std::nullopt);
   EXPECT_EQ(taken, 0);
   EXPECT_THAT(messages_.Texts(Severity::Error, "BrioDatabase"),
               ElementsAre(HasSubstr("its rows cannot be had one by one")));
@@ -102,7 +102,7 @@ TEST_F(FromARowConsumer, RowsThatCannotBeHadOneByOneAreAFailure) {
 
 TEST_F(FromARowConsumer, AnExceptionInALoadLeavesTheLoadUsable) {
   const LoadScope scope;
-  const auto refuse = [](const PGresult*, int) { throw std::bad_alloc(); };
+  const auto refuse = [](const RowView&) { throw std::bad_alloc(); };
   EXPECT_THROW(PerformPGQuery(kThree, table_, refuse), std::bad_alloc);
   EXPECT_TRUE(Facts()->Load());
   EXPECT_EQ(Ask(table_, "SHOW transaction_read_only"), "on");
@@ -158,13 +158,13 @@ TEST_F(ClearedResults, AreAllOfAFailure) {
 
 TEST_F(ClearedResults, AreAllOfRowsGivenOneByOne) {
   const ResultAccount account;
-  const auto take = [](const PGresult*, int) {};
+  const auto take = [](const RowView&) {};
   EXPECT_EQ(PerformPGQuery(kThree, table_, take), 3);
   EXPECT_EQ(ResultAccount::Open(), 0U);
   EXPECT_EQ(PerformPGQuery("SELECT 1/(3 - g) FROM generate_series(1, 5) g", table_, take), std::nullopt);
   EXPECT_EQ(PerformPGQuery(kThree, table_, take, 2), std::nullopt);
   EXPECT_EQ(ResultAccount::Open(), 0U);
-  const auto refuse = [](const PGresult*, int) { throw std::runtime_error("enough"); };
+  const auto refuse = [](const RowView&) { throw std::runtime_error("enough"); };
   EXPECT_THROW(PerformPGQuery(kThree, table_, refuse), std::runtime_error);
   EXPECT_EQ(ResultAccount::Open(), 0U);
   EXPECT_GE(ResultAccount::Given(), 9U);

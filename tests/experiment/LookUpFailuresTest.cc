@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 
+#include "database/StepObserver.h"
 #include "experiment/daqconfig/PixelEnableMasks.h"
 #include "experiment/daqconfig/PixelThresholds.h"
 #include "experiment/dcs/APDSettings.h"
@@ -13,14 +14,15 @@ namespace {
 
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::Not;
 using testing::SizeIs;
 
 struct LookUp {
   const char* name;
   const char* category;
   const char* table;
-  /// Makes one for a DCM of configuration 77. \return whether its data are valid
-  bool (*isValid)();
+  /// Makes one for DCMs of configuration 77. \return whether its data are valid
+  bool (*isValidFor)(const std::vector<std::string>& names);
 };
 
 void PrintTo(const LookUp& lookUp, std::ostream* stream) { *stream << lookUp.name; }
@@ -33,7 +35,7 @@ protected:
     AddThresholds(77, "dcm-2-01-01", Repeated("0032", 2048));
     AddSettings(77, "dcm-2-01-01", 0, "true, -15, 400");
   }
-  static bool IsValid() { return GetParam().isValid(); }
+  static bool IsValid() { return GetParam().isValidFor({"dcm-2-01-01"}); }
 };
 
 TEST_P(LookUpFailures, AreNoneForAWholeConfiguration) {
@@ -87,9 +89,31 @@ TEST_P(LookUpFailures, LeaveNoConnectionOpen) {
   EXPECT_EQ(server::LastingConnections(databases.Name()), 0);
 }
 
+/// So a source that has kept the answer of one run has it for every run of the configuration.
+TEST_P(LookUpFailures, AreNotMadeByOtherDCMsAndTheStatementIsOneForAllSets) {
+  AddMasks(77, "dcm-2-14-12", "1", Repeated("00000001", 64));
+  AddThresholds(77, "dcm-2-14-12", Repeated("0032", 2048));
+  AddSettings(77, "dcm-2-14-12", 0, "true, -15, 400");
+  std::vector<std::string> sent;
+  dbi::SetStepObserver([&sent](dbi::DatabaseStep step, const std::string& text) {
+    if (step == dbi::DatabaseStep::Statement) { sent.push_back(text); }
+  });
+  EXPECT_TRUE(GetParam().isValidFor({"dcm-2-01-01"}));
+  EXPECT_TRUE(GetParam().isValidFor({"dcm-2-14-12", "dcm-2-01-01"}));
+  EXPECT_FALSE(GetParam().isValidFor({"dcm-2-14-12", "dcm-2-01-02"}));
+  dbi::SetStepObserver({});
+  ASSERT_THAT(sent, SizeIs(3));
+  EXPECT_EQ(sent[1], sent[0]);
+  EXPECT_EQ(sent[2], sent[0]);
+  EXPECT_THAT(sent[0], HasSubstr("config_id = $1"));
+  EXPECT_THAT(sent[0], Not(HasSubstr("$2")));
+  EXPECT_THAT(Errors(GetParam().category),
+              ElementsAre(HasSubstr(" for 1 of 2 DCMs, the first: dcm-2-01-02")));
+}
+
 template <class Made>
-bool IsValid() {
-  return Made(77, {"dcm-2-01-01"}).hasValidData();
+bool IsValid(const std::vector<std::string>& names) {
+  return Made(77, names).hasValidData();
 }
 
 INSTANTIATE_TEST_SUITE_P(Of, LookUpFailures,

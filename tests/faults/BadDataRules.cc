@@ -59,13 +59,11 @@ std::pair<dbi::FEBInfo, dbi::APDInfo> FirstHardware() {
 
 /// The rule of atoi and atof: the number that the text begins with, 0 without one and for NULL.
 int Whole(const StoredValue& value) { return IsNull(value) ? 0 : dbi::IntegerIn(value.text); }
-float Real(const StoredValue& value) {
-  return IsNull(value) ? 0.0F : static_cast<float>(dbi::NumberIn(value.text.c_str()));
-}
+float Real(const StoredValue& value) { return IsNull(value) ? 0.0F : dbi::FloatIn(value.text.c_str()); }
 
 void CheckStart(const StoredValue& value, RunHistory& run, const std::string& outcome) {
   CheckText(value, run.TStartAsString(), "2010-01-01 00:00:00");
-  // The text goes into the hardware statements as it stands, so only a time gets through; nothing else does.
+  // The text goes into the hardware statements as it stands, or not at all: only a time gets through.
   const bool goesThrough = IsNull(value) || value.text == "infinity" || value.text == "99999-12-31 00:00:00";
   EXPECT_EQ(outcome.find("load false") == std::string::npos, goesThrough) << outcome;
 }
