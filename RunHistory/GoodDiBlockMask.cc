@@ -1,4 +1,3 @@
-
 #include "RunHistory/FreshTry.h"
 #include "RunHistory/ProgressOutput.h"
 #include "RunHistory/RunTable.h"

@@ -214,7 +214,7 @@ Board BoardReader::Read() {
   board.enabled = {IsEnabled(), EnabledStatus()};
   board.enabledPixels.status = live_;
   board.threshold.status = live_;
-  if (live_ == Status::Known) {
+  if (live_ == Status::Known && record_ != nullptr) {
     board.enabledPixels.value = EnabledPixels(*record_);
     board.threshold = MeanThreshold(*record_);
   }

@@ -17,24 +17,32 @@ std::string ShortestText(Number value) {
   return {text.data(), std::to_chars(text.data(), text.data() + text.size(), value).ptr};
 }
 
+/// How many bytes a UTF-8 character has that begins with a byte; 0 when none does.
+std::size_t LengthFrom(unsigned int first) {
+  if (first < 0x80) { return 1; }
+  if (first >= 0xC2 && first <= 0xDF) { return 2; }
+  if (first >> 4U == 14) { return 3; }
+  return first >= 0xF0 && first <= 0xF4 ? 4 : 0;
+}
+
+/// Whether the second byte fits the first: no forms longer than need be, no surrogates, nothing beyond the
+/// last character.
+bool IsSecond(unsigned int first, unsigned int second) {
+  switch (first) {
+    case 0xE0: return second >= 0xA0;
+    case 0xED: return second <= 0x9F;
+    case 0xF0: return second >= 0x90;
+    case 0xF4: return second <= 0x8F;
+    default: return true;
+  }
+}
+
 /// How many bytes of a text are its next UTF-8 character; 0 when they are none.
 std::size_t CharacterLength(const unsigned char* text, std::size_t length) {
-  const unsigned int first = text[0];
-  const std::size_t wanted = first < 0x80        ? 1
-                             : first >> 5U == 6  ? 2
-                             : first >> 4U == 14 ? 3
-                             : first >> 3U == 30 ? 4
-                                                 : 0;
-  if (wanted == 0 || wanted > length) { return 0; }
+  const std::size_t wanted = LengthFrom(text[0]);
+  if (wanted > length || (wanted > 1 && !IsSecond(text[0], text[1]))) { return 0; }
   for (std::size_t i = 1; i < wanted; ++i) {
     if (text[i] >> 6U != 2) { return 0; }
-  }
-  if (wanted == 2 && first < 0xC2) { return 0; }
-  // Forms longer than need be, surrogates, and what lies beyond the last character.
-  if (wanted == 3 && ((first == 0xE0 && text[1] < 0xA0) || (first == 0xED && text[1] > 0x9F))) { return 0; }
-  if (wanted == 4 &&
-      ((first == 0xF0 && text[1] < 0x90) || first > 0xF4 || (first == 0xF4 && text[1] > 0x8F))) {
-    return 0;
   }
   return wanted;
 }

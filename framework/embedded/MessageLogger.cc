@@ -108,7 +108,8 @@ public:
     }
     for (const auto& part : unreadable) {
       Write(Severity::Warning, "MessageLogger",
-            "cannot read the level \"" + part + "\"; use debug, info, warning, error or off, or category=level");
+            "cannot read the level \"" + part +
+                "\"; use debug, info, warning, error or off, or category=level");
     }
   }
 

@@ -54,6 +54,30 @@ TEST(Writers, WriteTheShortestNumbersStatusesAndEscapedTexts) {
   EXPECT_EQ(OneRecord(Form::JSON), "[\n" + object + "\n]\n");
 }
 
+TEST(Writers, ReplaceWhatIsNoUTF8) {
+  const auto written = [](const std::string& text) {
+    std::ostringstream stream;
+    RecordWriter writer(stream, Form::NDJSON);
+    writer.Begin();
+    writer.Add("t", text);
+    writer.End();
+    writer.Finish();
+    const auto all = stream.str();
+    return all.substr(6, all.size() - 9);
+  };
+  const std::string no = "\xEF\xBF\xBD";
+  for (const std::string text :
+       {"\xC3\xA9", "\xE2\x82\xAC", "\xED\x9F\xBF", "\xF0\x9F\x98\x80", "\xF4\x8F\xBF\xBF"}) {
+    EXPECT_EQ(written(text), text);
+  }
+  EXPECT_EQ(written("\xC0\xAF"), no + no);
+  EXPECT_EQ(written("\xE0\x9F\xBF"), no + no + no);
+  EXPECT_EQ(written("\xED\xA0\x80"), no + no + no);
+  EXPECT_EQ(written("\xF4\x90\x80\x80"), no + no + no + no);
+  EXPECT_EQ(written("\xE2\x82"), no + no);
+  EXPECT_EQ(written("\xE9x"), no + "x");
+}
+
 TEST(Writers, GiveTimesTheirZone) {
   EXPECT_EQ(arrays::WithZone("2014-06-10 03:00:00"), "2014-06-10T03:00:00Z");
   EXPECT_EQ(arrays::WithZone("2014-06-10 03:00:00.25"), "2014-06-10T03:00:00.25Z");

@@ -1,5 +1,7 @@
 #include "tools/shared/ChannelFacts.h"
 
+#include <algorithm>
+
 #include "arrays/Boards.h"
 #include "arrays/Channels.h"
 #include "arrays/Records.h"
@@ -40,10 +42,9 @@ public:
 
 private:
   bool HasDiBlock() const {
-    for (const auto& diblock : history_.GetDiBlocks()) {
-      if (diblock.number == at_.diblock) { return true; }
-    }
-    return false;
+    const auto& diblocks = history_.GetDiBlocks();
+    return std::any_of(diblocks.begin(), diblocks.end(),
+                       [this](const auto& diblock) { return diblock.number == at_.diblock; });
   }
 
   const RunHistory& history_;
