@@ -141,7 +141,7 @@ Status BoardReader::GainStatus() const {
 
 void BoardReader::ReadGain(Board& board) const {
   board.gain.status = board.measuredGain.status = GainStatus();
-  if (live_ != Status::Known || !parts_.settings.ok) { return; }
+  if (live_ != Status::Known || !parts_.settings.ok || record_ == nullptr) { return; }
   board.gain.value = record_->avgGain;
   switch (board.gain.status) {
     case Status::Known:
@@ -164,7 +164,7 @@ void BoardReader::ReadSettings(Board& board) const {
   board.temperature.value = kNoTemperature;
   const Status status = live_ == Status::Known && !parts_.settings.ok ? Status::SettingsNotLoaded : live_;
   board.voltage.status = board.temperature.status = board.temperatureControl.status = status;
-  if (status != Status::Known) { return; }
+  if (status != Status::Known || record_ == nullptr) { return; }
   const auto statusOf = [this](std::uint64_t DCMSettingsFacts::*mask) {
     return Has(mask) ? Status::Known : Missing(Status::NotRecorded);
   };
