@@ -1,10 +1,10 @@
-#include <iostream>
 #include <iterator>
 #include <utility>
 
 #include "RunHistory/HardwareDate.h"
 #include "RunHistory/NumberText.h"
 #include "RunHistory/PixelGains.h"
+#include "RunHistory/ProgressOutput.h"
 #include "RunHistory/RunHistory.h"
 #include "RunHistory/RunTable.h"
 #include "RunHistory/StatementTime.h"
@@ -20,6 +20,7 @@ namespace {
 
 enum APDColumn { kSerial, kBatch, kTemperature, kVr, kItemId, kDateAdded, kModule, kConnectionId };
 constexpr int kColumns = 9;
+constexpr std::uint32_t kAllPixels = 0xFFFFFFFF;
 
 /// APDs that were installed at a time, one row for each set of test statistics.
 std::string InstalledAPDsStatement(const std::string& time) {
@@ -45,6 +46,7 @@ public:
 
 private:
   void BeginAPD(const char* serial);
+  bool HasOwnGains() const { return gainsOfAPD_ != gains_.end() && gainsOfAPD_->first == serial_; }
 
   const GainsBySerial& gains_;
   /// Of the row's APD; of the last one before it that has gains where this one has none.
@@ -81,7 +83,8 @@ void APDReader::Take(const RowView& row) {
               number,
               IntegerIn(row.Text(kConnectionId)),
               date_,
-              gainsOfAPD_ == gains_.end() ? APDInfo().pixelGains : gainsOfAPD_->second};
+              gainsOfAPD_ == gains_.end() ? APDInfo().pixelGains : gainsOfAPD_->second,
+              HasOwnGains() ? kAllPixels : 0};
   if (isNew) {
     last_ = apds_.emplace_hint(entry, module, std::move(apd));
   } else {
@@ -102,7 +105,7 @@ void APDReader::BeginAPD(const char* serial) {
 
 /// APDs installed in the far detector at the run's start, by module; none for other detectors.
 APDsByModule RunHistory::PullAPDInfoFromDB() {
-  WriteLine(std::cout, "Pull APD Info from DB");
+  ProgressLine("Pull APD Info from DB");
   if (!DetInfo::DetNameOk(detectorName)) {
     throw cet::exception("RunHistory") << "Could not establish detector table connection";
   }

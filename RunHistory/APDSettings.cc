@@ -1,3 +1,4 @@
+#include <atomic>
 #include <cmath>
 
 #include "RunHistory/ChannelLookup.h"
@@ -22,9 +23,14 @@ constexpr double kLargestDeviation = 10.0;
 // What a board shows until a temperature was recorded.
 constexpr double kNoTemperature = -100.0;
 
+std::uint64_t BitOf(std::size_t port) { return std::uint64_t{1} << port; }
+
 std::string Described(const HardwareLocation& location) {
   return PlainText("dcm-2-", location.diblock, "-", location.dcm, "-", location.port);
 }
+
+/// How often gLocToFA was replaced in this process.
+std::atomic<std::uint64_t> mappings{0};
 
 std::string Listed(const std::vector<std::string>& parts) {
   std::string list;
@@ -35,7 +41,8 @@ std::string Listed(const std::vector<std::string>& parts) {
 }
 
 /// Copies an APD's gains to its board; a mean too far from the nominal gain is reported and replaced.
-void StoreGains(RunHistory::FEB& feb, const APDInfo& apd, const HardwareLocation& location) {
+void StoreGains(RunHistory::FEB& feb, DCMSettingsFacts& facts, const APDInfo& apd,
+                const HardwareLocation& location) {
   float sum = 0.0F;
   for (std::size_t pixel = 0; pixel < apd.pixelGains.size(); ++pixel) {
     feb.pixelGains.at(pixel) = apd.pixelGains[pixel];
@@ -43,35 +50,34 @@ void StoreGains(RunHistory::FEB& feb, const APDInfo& apd, const HardwareLocation
   }
   const float average = sum / kPixelsPerFEB;
   feb.avgGain = average;
+  const std::size_t port = location.port % DCMSettingsFacts::kPorts;
+  facts.mapped |= BitOf(port);
+  facts.mean[port] = average;
+  facts.measuredPixels[port] = apd.measuredPixels;
   // A mean that is not a number deviates from nothing: it stays.
   const bool deviates = std::fabs(100.0 - static_cast<double>(average)) > kLargestDeviation;
   if (!deviates) { return; }
   LogError("RunHistory") << "average gain for APD " << apd.serial << " connected to " << Described(location)
                          << " is " << average << " : 100 expected so default to that";
+  facts.replaced |= BitOf(port);
   feb.avgGain = kNominalGain;
   for (std::size_t pixel = 0; pixel < apd.pixelGains.size(); ++pixel) {
     feb.pixelGains[pixel] = kNominalGain;
   }
 }
 
-/// Asks for the settings of every board of the run. \return whether any value came
-bool StoreSettings(std::vector<RunHistory::DiBlock>& diblocks, const dbutils::dcs::APDSettings& settings) {
-  bool isAnyThere = false;
-  // One variable for all ports: a temperature that was not recorded reads as that of the port before.
-  double temperature = kNoTemperature;
-  for (auto& diblock : diblocks) {
-    for (auto& dcm : diblock.dcms) {
-      if (!dcm.isActive) { continue; }
-      for (int port = 0; port < static_cast<int>(dcm.febs.size()); ++port) {
-        RunHistory::FEB& feb = dcm.febs[static_cast<std::size_t>(port)];
-        isAnyThere |= settings.getTemperatureEnable(dcm.appName, port, feb.temperatureEnabled);
-        isAnyThere |= settings.getTemperature(dcm.appName, port, temperature);
-        feb.temperature = NearestFloat(temperature);
-        isAnyThere |= settings.getVoltage(dcm.appName, port, feb.voltage);
-      }
-    }
+/// Asks for the settings of a DCM's boards. \param temperature  one variable for all boards of a run: a
+/// temperature that was not recorded reads as that of the port before
+void StoreSettings(RunHistory::DCM& dcm, DCMSettingsFacts& facts, const dbutils::dcs::APDSettings& settings,
+                   double& temperature) {
+  for (int port = 0; port < static_cast<int>(dcm.febs.size()); ++port) {
+    RunHistory::FEB& feb = dcm.febs[static_cast<std::size_t>(port)];
+    const std::uint64_t bit = BitOf(static_cast<std::size_t>(port) % DCMSettingsFacts::kPorts);
+    if (settings.getTemperatureEnable(dcm.appName, port, feb.temperatureEnabled)) { facts.controls |= bit; }
+    if (settings.getTemperature(dcm.appName, port, temperature)) { facts.temperatures |= bit; }
+    feb.temperature = NearestFloat(temperature);
+    if (settings.getVoltage(dcm.appName, port, feb.voltage)) { facts.voltages |= bit; }
   }
-  return isAnyThere;
 }
 
 }  // namespace
@@ -88,11 +94,24 @@ bool RunHistory::LoadAPDSettings() {
   SetDAQEnvironment(detectorName);
   incompleteParts.clear();
   const dbutils::dcs::APDSettings settings(configId, names);
-  const bool isAnyThere = StoreSettings(diBlocks, settings) || names.empty();
+  settingsFacts.clear();
+  bool isAnyThere = names.empty();
+  double temperature = kNoTemperature;
+  for (auto& diblock : diBlocks) {
+    for (auto& dcm : diblock.dcms) {
+      if (!dcm.isActive) { continue; }
+      DCMSettingsFacts& facts = FactsOf(diblock, dcm);
+      StoreSettings(dcm, facts, settings, temperature);
+      isAnyThere = isAnyThere || (facts.controls | facts.temperatures | facts.voltages) != 0;
+    }
+  }
   // The look-up does not tell a board that has no settings from one whose settings it could not read.
   if (!isAnyThere && !settings.hasValidData()) { incompleteParts.emplace_back("slow control"); }
   const bool isFar = DetInfo::GetId(detectorName) == briodaq::cnv::Birch;
-  if (isFar) { MapHardwareToLocation(); }
+  if (isFar) {
+    MapHardwareToLocation();
+    locationMapping = ++mappings;
+  }
   if (IsTooIncomplete()) {
     throw cet::exception("RunHistory::Incomplete")
         << "LoadAPDSettings: could not read " << Listed(incompleteParts) << "." << std::endl;
@@ -103,6 +122,15 @@ bool RunHistory::LoadAPDSettings() {
   }
   apdSettingsLoaded = true;
   return true;
+}
+
+bool RunHistory::IsLocationMapMine() const { return locationMapping != 0 && locationMapping == mappings; }
+
+DCMSettingsFacts& RunHistory::FactsOf(const DiBlock& diblock, const DCM& dcm) {
+  settingsFacts.resize(diBlocks.size());
+  auto& facts = settingsFacts[static_cast<std::size_t>(&diblock - diBlocks.data())];
+  facts.resize(diblock.dcms.size());
+  return facts[static_cast<std::size_t>(&dcm - diblock.dcms.data())];
 }
 
 /// Brings the gains of gLocToFA to the boards at its locations.
@@ -121,7 +149,7 @@ void RunHistory::StoreMappedGains() {
         outside.Add(Described(location));
         continue;
       }
-      if (feb->isInstalled) { StoreGains(*feb, hardware.second, location); }
+      if (feb->isInstalled) { StoreGains(*feb, FactsOf(diblock, *dcm), hardware.second, location); }
     }
   }
   outside.Report();

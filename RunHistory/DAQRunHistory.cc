@@ -4,6 +4,7 @@
 #include "RunHistory/ApplicationName.h"
 #include "RunHistory/FreshTry.h"
 #include "RunHistory/OutsideRows.h"
+#include "RunHistory/ProgressOutput.h"
 #include "RunHistory/RunHistory.h"
 #include "RunHistory/RunTable.h"
 #include "database/LoadScope.h"
@@ -78,7 +79,7 @@ bool RunHistory::LoadDAQRunHistory() {
     return false;
   }
   if (IsSimulated()) {
-    WriteLine(std::cout, "Looks like a MC run number - assume perfect + any mask");
+    ProgressLine("Looks like a MC run number - assume perfect + any mask");
     isMC = true;
     BuildMC();
     return true;

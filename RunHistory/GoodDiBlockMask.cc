@@ -1,10 +1,11 @@
-#include <iostream>
 #include <tuple>
 
 #include "RunHistory/FreshTry.h"
+#include "RunHistory/ProgressOutput.h"
 #include "RunHistory/RunTable.h"
 #include "database/LoadScope.h"
 #include "database/PlainText.h"
+#include "database/Timing.h"
 #include "framework/exception.h"
 
 namespace brio::dbi {
@@ -37,7 +38,7 @@ bool RunHistory::LoadGoodDiBlockMask() {
   if (useCustomMask && detector == briodaq::cnv::Birch) {
     goodDiBlockMask = customDiBlockMask;
     goodDiBlockMaskLoaded = true;
-    WriteLine(std::cout, "RunHistory: Applying custom mask: ", DiBlockMaskToString(goodDiBlockMask));
+    ProgressLine("RunHistory: Applying custom mask: ", DiBlockMaskToString(goodDiBlockMask));
     return true;
   }
   if (IsSimulated()) {
@@ -47,7 +48,7 @@ bool RunHistory::LoadGoodDiBlockMask() {
     return true;
   }
 
-  const LoadScope scope;
+  const LoadScope scope(timeQueries, timeParsing);
   if (LoadScope::IsOutermost()) {
     return WithFreshTry([this] { return LoadGoodDiBlockMask(); },
                         std::tie(goodDiBlockMaskLoaded, goodDiBlockMask));
@@ -61,28 +62,30 @@ bool RunHistory::LoadGoodDiBlockMask() {
   table->SetOrderDesc();
   const bool found = table->Load() && table->NRow() > 0;
   if (found) {
+    const ConversionTimer timer("dataquality.gooddiblocksvsrun", table->NRow());
     table->GetRow(0)->Col(maskColumn).Get(goodDiBlockMask);
   } else if (abortIfNoMask) {
     throw cet::exception("RunHistory") << "No mask found in DB!";
   } else {
-    WriteLine(std::cout,
-              "WARNING: RunHistory::LoadGoodDiBlockMask(): No good diblock mask info found for run ",
-              runNumber, ", so assuming all good diblocks");
+    ProgressLine("WARNING: RunHistory::LoadGoodDiBlockMask(): No good diblock mask info found for run ",
+                 runNumber, ", so assuming all good diblocks");
     goodDiBlockMask = kAllGoodWithoutMask;
   }
   if (applyAnalysisMask && detector == briodaq::cnv::Birch && found) {
     const int analysisMask = ApplyAnalysisDiBlockMask(goodDiBlockMask);
     const std::string before = DiBlockMaskToString(goodDiBlockMask);
-    WriteLine(std::cout, "Applying analysis diblock masking: mask ",
-              analysisMask == goodDiBlockMask
-                  ? "unchanged from " + before
-                  : "modified from " + before + " to " + DiBlockMaskToString(analysisMask));
+    if (analysisMask == goodDiBlockMask) {
+      ProgressLine("Applying analysis diblock masking: mask unchanged from ", before);
+    } else {
+      ProgressLine("Applying analysis diblock masking: mask modified from ", before, " to ",
+                   DiBlockMaskToString(analysisMask));
+    }
     goodDiBlockMask = analysisMask;
   }
   if (goodDiBlockMask == 0) {
-    WriteLine(std::cout, "WARNING: entire detector masked off by analysis requirements!");
-    WriteLine(std::cout, "RunHistory::LoadGoodDiBlockMask(): No analyzable detector region found for run ",
-              runNumber);
+    ProgressLine("WARNING: entire detector masked off by analysis requirements!");
+    ProgressLine("RunHistory::LoadGoodDiBlockMask(): No analyzable detector region found for run ",
+                 runNumber);
   }
   goodDiBlockMaskLoaded = true;
   return true;

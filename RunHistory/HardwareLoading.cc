@@ -8,6 +8,7 @@
 #include "RunHistory/FreshTry.h"
 #include "RunHistory/NumberText.h"
 #include "RunHistory/OutsideRows.h"
+#include "RunHistory/ProgressOutput.h"
 #include "RunHistory/RunHistory.h"
 #include "RunHistory/RunTable.h"
 #include "RunHistory/StatementTime.h"
@@ -128,7 +129,7 @@ bool RunHistory::LoadHardwareInfo() {
   }
   if (!LoadDAQRunHistory()) { return false; }
   if (hardwareLoaded) { return true; }  // a simulated run was built with its hardware
-  WriteLine(std::cout, "RunHistory: Loading FEB and APD installation information");
+  ProgressLine("RunHistory: Loading FEB and APD installation information");
   const int detector = DetInfo::GetId(detectorName);
   if (!DetInfo::DetNameOk(detectorName)) { return false; }
   const auto table = OpenHardwareDatabase(detectorName, timeQueries);

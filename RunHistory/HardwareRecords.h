@@ -24,6 +24,8 @@ struct APDInfo {
   double dateAdded = 0.0;          ///< barcoded_item.date_added, seconds since 1970 UTC
   /// public.apd_pixel_m.pixel_m by DAQ pixel number 0..31; 100 where nothing was measured.
   std::vector<float> pixelGains = std::vector<float>(32, 100.0F);
+  /// Bit k when pixel k was measured; none for an APD without gains, which shows those of another.
+  std::uint32_t measuredPixels = 0;
 };
 
 /// One front-end board, with its high-voltage fit. The numbers mean something only once they were assigned.

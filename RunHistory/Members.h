@@ -13,7 +13,7 @@ inline auto RunHistory::LoadedMembers() {
                   analysisChannelsCounted, isMC, useGoodDiBlockMask, nSubruns, nTriggers, nActiveChannels,
                   nAnalysisChannels, nTotalChannels, nEnabledFEBs, nInstrumentedFEBs, partition,
                   goodDiBlockMask, nDCMs, totalPOT, runType, tStartText, tStopText, diBlocks, bnevbs, subruns,
-                  dqSubrunInfo, configId);
+                  dqSubrunInfo, configId, settingsFacts, locationMapping);
 }
 
 /// All the others.

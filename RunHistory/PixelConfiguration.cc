@@ -8,6 +8,7 @@
 #include "RunHistory/DAQEnvironment.h"
 #include "RunHistory/FreshTry.h"
 #include "RunHistory/Pause.h"
+#include "RunHistory/ProgressOutput.h"
 #include "database/PlainText.h"
 #include "experiment/daqconfig/PixelEnableMasks.h"
 #include "experiment/daqconfig/PixelThresholds.h"
@@ -72,11 +73,11 @@ bool RunHistory::LoadPixelInfoOnce(int tryNumber, bool& tryAgain) {
   nEnabledFEBs = 0;
   SetDAQEnvironment(detectorName);
   const auto names = ActiveDCMNames(diBlocks);
-  WriteLine(std::cout, "RunHistory: loading pixel enable masks");
+  ProgressLine("RunHistory: loading pixel enable masks");
   const dbutils::daqconfig::PixelEnableMasks masks(configId, names);
-  WriteLine(std::cout, "RunHistory: loading pixel thresholds");
+  ProgressLine("RunHistory: loading pixel thresholds");
   const dbutils::daqconfig::PixelThresholds thresholds(configId, names);
-  WriteLine(std::cout, "done!");
+  ProgressLine("done!");
   if (!masks.hasValidData() || !thresholds.hasValidData()) {
     WriteLine(std::cerr, "RunHistory::LoadPixelInfo failed to get valid data");
     tryAgain = maxLoadRetries > 0;

@@ -5,13 +5,14 @@
 #include "RunHistory/RunTable.h"
 #include "database/LoadScope.h"
 #include "database/PlainText.h"
+#include "database/Timing.h"
 
 namespace brio::dbi {
 
 bool RunHistory::LoadPOT() {
   if (potLoaded) { return true; }
   totalPOT = 0.0F;
-  const LoadScope scope;
+  const LoadScope scope(timeQueries, timeParsing);
   if (LoadScope::IsOutermost()) {
     return WithFreshTry([this] { return LoadPOT(); }, std::tie(potLoaded, totalPOT));
   }
@@ -25,6 +26,7 @@ bool RunHistory::LoadPOT() {
     WriteLine(std::cerr, "RunHistory::LoadPOT(): No POT info found for run ", runNumber);
     return false;
   }
+  const ConversionTimer timer("beam.potbyrun", table->NRow());
   table->GetRow(0)->Col(potColumn).Get(totalPOT);
   potLoaded = true;
   return true;

@@ -122,6 +122,8 @@ void RunHistory::InvalidateCaches() {
   nInstrumentedFEBs = 0;
   customDiBlockMask = 0;
   diBlocks.clear();
+  settingsFacts.clear();
+  locationMapping = 0;
   boardIndex.Clear();
 }
 

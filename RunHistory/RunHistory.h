@@ -12,6 +12,7 @@
 #include "RunHistory/DQSubrunInfo.h"
 #include "RunHistory/DetInfo.h"
 #include "RunHistory/HardwareRecords.h"
+#include "RunHistory/SettingsFacts.h"
 #include "RunHistory/Subrun.h"
 #include "database/PerformPGQuery.h"
 #include "database/Table.h"
@@ -278,6 +279,12 @@ public:
   int NTotalChannels() const { return nTotalChannels; }
   int NEnabledFEBs() const { return nEnabledFEBs; }
   int NInstrumentedFEBs() const { return nInstrumentedFEBs; }
+  /// Which settings were recorded or measured; empty until LoadAPDSettings has read them.
+  const SettingsFacts& GetSettingsFacts() const { return settingsFacts; }
+  /// What LoadAPDSettings could not read and went on without: "gains", say.
+  const std::vector<std::string>& GetIncompleteParts() const { return incompleteParts; }
+  /// Whether gLocToFA still is what this object's settings were taken from.
+  bool IsLocationMapMine() const;
 
 private:
   friend struct RunHistoryTestPeer;
@@ -294,6 +301,7 @@ private:
   LocationMap PullFEBInfoFromDB(APDsByModule apds);
   void MapHardwareToLocation();
   void StoreMappedGains();
+  DCMSettingsFacts& FactsOf(const DiBlock& diblock, const DCM& dcm);
   void IndexBoards();
   unsigned int DAQChannelOf(const geo::OfflineChan& channel);
   PlaceInIndex InIndex(unsigned int channel) const;
@@ -369,6 +377,8 @@ private:
   std::vector<Subrun> subruns;
   std::vector<DQSubrunInfo> dqSubrunInfo;
   std::int64_t configId = 0;
+  SettingsFacts settingsFacts;
+  std::uint64_t locationMapping = 0;  // which of the process's mappings is this object's; 0 for none
   bool abortIfIncomplete = false;
   bool mayBeginAfresh = false;               // during a load that is tried again if it is interrupted
   std::vector<std::string> incompleteParts;  // what LoadAPDSettings could not read

@@ -19,9 +19,9 @@ namespace messagelogger {
 bool IsEnabled(Severity severity, const std::string& category);
 
 /// Sets the levels from a text in the form of BRIO_LOG: a comma-separated list of `level` (for every
-/// category) and `category=level`; levels are debug, info, warning, error. "info,RunHistory=debug", say. An
-/// empty text restores the default. Blanks around a part or a name do not count, nor do empty parts. A part
-/// that cannot be read is reported at warning severity and skipped.
+/// category) and `category=level`; levels are debug, info, warning, error, off. "info,RunHistory=off", say.
+/// An empty text restores the default. Blanks around a part or a name do not count, nor do empty parts. A
+/// part that cannot be read is reported at warning severity and skipped.
 void SetLevels(const std::string& levels);
 
 /// Receives each enabled message in place of standard error; an empty function restores standard error. It is

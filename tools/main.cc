@@ -4,9 +4,9 @@
 
 #include <CLI/CLI.hpp>
 
-#include "tools/Console.h"
-#include "tools/StandardStreams.h"
-#include "tools/Verb.h"
+#include "tools/shared/Console.h"
+#include "tools/shared/StandardStreams.h"
+#include "tools/verbs/Verb.h"
 
 namespace {
 

@@ -19,6 +19,8 @@ namespace brio::messagelogger {
 namespace {
 
 constexpr Severity kDefaultLevel = Severity::Warning;
+// Above every message.
+constexpr auto kOff = static_cast<Severity>(static_cast<int>(Severity::Error) + 1);
 
 struct Levels {
   Severity general = kDefaultLevel;
@@ -40,6 +42,7 @@ std::optional<Severity> SeverityFromText(const std::string& text) {
   if (text == "info") { return Severity::Info; }
   if (text == "warning") { return Severity::Warning; }
   if (text == "error") { return Severity::Error; }
+  if (text == "off") { return kOff; }
   return std::nullopt;
 }
 
@@ -105,7 +108,8 @@ public:
     }
     for (const auto& part : unreadable) {
       Write(Severity::Warning, "MessageLogger",
-            "cannot read the level \"" + part + "\"; use debug, info, warning or error, or category=level");
+            "cannot read the level \"" + part +
+                "\"; use debug, info, warning, error or off, or category=level");
     }
   }
 

@@ -189,7 +189,9 @@ auto Parsing(const std::string& table) {
 auto ConfigurationQuery(const std::string& table) {
   return MatchesRegex("query took [0-9.e-]+ ms: SELECT .* FROM .*" + table + ".*");
 }
-auto GivenRows() { return MatchesRegex("parsing 32 rows took [0-9.e-]+ ms"); }
+auto GivenRows(int count) {
+  return MatchesRegex("parsing " + std::to_string(count) + " rows took [0-9.e-]+ ms");
+}
 auto Converting(const std::string& table) {
   return MatchesRegex("converting 1 rows of " + table + " took [0-9.e-]+ ms");
 }
@@ -205,11 +207,34 @@ TEST_F(FilledCaches, TellWhatFillingThemTookWhenAsked) {
   const auto thresholds = ConfigurationQuery("daqconfig.thresholds");
   const auto settings = ConfigurationQuery("slowcontrol.apd_settings");
   EXPECT_THAT(TimesLogged(true, true),
-              ElementsAreArray<Matcher<std::string>>(
-                  {Query(kRuns), Parsing(kRuns), Converting("daq.runs"), Query(kResources),
-                   Parsing(kResources), Query(kMask), Parsing(kMask), Converting("daq.daqresourcesbyrun"),
-                   HardwareQuery(), masks, thresholds, settings, HardwareQuery(), GivenRows(),
-                   HardwareQuery(), HardwareQuery(), HardwareQuery(), Query(kPOT), Parsing(kPOT)}));
+              ElementsAreArray<Matcher<std::string>>({Query(kRuns),
+                                                      Parsing(kRuns),
+                                                      Converting("daq.runs"),
+                                                      Query(kResources),
+                                                      Parsing(kResources),
+                                                      Query(kMask),
+                                                      Parsing(kMask),
+                                                      Converting("dataquality.gooddiblocksvsrun"),
+                                                      Converting("daq.daqresourcesbyrun"),
+                                                      HardwareQuery(),
+                                                      Converting("installed hardware"),
+                                                      masks,
+                                                      Converting("enable masks"),
+                                                      thresholds,
+                                                      Converting("thresholds"),
+                                                      settings,
+                                                      Converting("APD settings"),
+                                                      HardwareQuery(),
+                                                      GivenRows(32),
+                                                      HardwareQuery(),
+                                                      GivenRows(1),
+                                                      HardwareQuery(),
+                                                      Converting("installed FEBs"),
+                                                      HardwareQuery(),
+                                                      Converting("cables"),
+                                                      Query(kPOT),
+                                                      Parsing(kPOT),
+                                                      Converting("beam.potbyrun")}));
   EXPECT_THAT(TimesLogged(true, false), ElementsAreArray<Matcher<std::string>>(
                                             {Query(kRuns), Query(kResources), Query(kMask), HardwareQuery(),
                                              masks, thresholds, settings, HardwareQuery(), HardwareQuery(),
@@ -217,7 +242,10 @@ TEST_F(FilledCaches, TellWhatFillingThemTookWhenAsked) {
   EXPECT_THAT(TimesLogged(false, true),
               ElementsAreArray<Matcher<std::string>>(
                   {Parsing(kRuns), Converting("daq.runs"), Parsing(kResources), Parsing(kMask),
-                   Converting("daq.daqresourcesbyrun"), GivenRows(), Parsing(kPOT)}));
+                   Converting("dataquality.gooddiblocksvsrun"), Converting("daq.daqresourcesbyrun"),
+                   Converting("installed hardware"), Converting("enable masks"), Converting("thresholds"),
+                   Converting("APD settings"), GivenRows(32), GivenRows(1), Converting("installed FEBs"),
+                   Converting("cables"), Parsing(kPOT), Converting("beam.potbyrun")}));
   EXPECT_THAT(TimesLogged(false, false), IsEmpty());
 }
 

@@ -13,3 +13,4 @@ brio_server_test(RunHistory.core
 target_link_libraries(test_RunHistory.core PRIVATE ${CMAKE_DL_LIBS})
 target_compile_definitions(test_RunHistory.core PRIVATE
   BRIO_SANDBOX="${PROJECT_SOURCE_DIR}/sandbox/sandbox" BRIO_DUMPS="${CMAKE_CURRENT_SOURCE_DIR}/dumps")
+brio_server_test(RunHistory.progress SOURCES ProgressOutputTest.cc LIBS brio::RunHistory)

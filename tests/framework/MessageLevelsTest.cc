@@ -33,6 +33,17 @@ protected:
 
 TEST_F(MessageLevels, AreWarningByDefault) { EXPECT_EQ(Level("RunHistory"), "warning"); }
 
+TEST_F(MessageLevels, OffHidesErrorsToo) {
+  SetLevels("off");
+  EXPECT_EQ(Level("RunHistory"), "none");
+  SetLevels("off,RunHistory=error");
+  EXPECT_EQ(Level("RunHistory"), "error");
+  EXPECT_EQ(Level("BrioDatabase"), "none");
+  SetLevels("BrioDatabase=off");
+  EXPECT_EQ(Level("RunHistory"), "warning");
+  EXPECT_EQ(Level("BrioDatabase"), "none");
+}
+
 TEST_F(MessageLevels, OneLevelHoldsForEveryCategory) {
   for (const std::string level : {"debug", "info", "warning", "error"}) {
     SetLevels(level);

@@ -5,7 +5,7 @@ set -euo pipefail
 
 source_tree=$(cd "$1" && pwd)
 check="$source_tree/scripts/check-arrows"
-folders=(tools RunHistory experiment database framework)
+folders=(tools arrays RunHistory experiment database framework)
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 failures=0
@@ -56,6 +56,8 @@ expect 0 "$source_tree" "the source tree"
 if [[ -n $messages ]]; then fail "the source tree is not passed in silence: $messages"; fi
 
 plant RunHistory/New.cc '#include "tools/Verbs.h"'
+plant RunHistory/New.cc '#include "arrays/Boards.h"'
+plant arrays/New.cc '#include "tools/Verbs.h"'
 plant experiment/embedded/New.cc '#include "RunHistory/RunHistory.h"'
 plant database/New.cc '#include "experiment/DAQChannelMap.h"'
 plant database/Table.h '#include "RunHistory/DetInfo.h"'
@@ -74,6 +76,8 @@ plant database/CMakeLists.txt 'target_link_libraries(brio_database PUBLIC "brio_
 plant experiment/embedded/New.cmake 'target_link_libraries(brio_experiment PRIVATE brio::RunHistory)'
 
 allow tools/New.cc '#include "RunHistory/RunHistory.h"'
+allow tools/New.cc '#include "arrays/Boards.h"'
+allow arrays/New.cc '#include "experiment/DAQChannelMap.h"'
 allow RunHistory/New.cc '#include "framework/exception.h"'
 allow database/New.cc '#include <sys/types.h>'
 allow experiment/embedded/New.cc '#include "database/Table.h"'
@@ -90,7 +94,7 @@ mkdir "$scratch/elsewhere"
 expect 2 "$scratch/elsewhere" "a folder that is no source tree"
 expect 2 --no-such-option "an unknown option"
 expect 0 --help "--help"
-if [[ $messages != *"tools -> RunHistory -> experiment -> database -> framework"* ]]; then
+if [[ $messages != *"tools -> arrays -> RunHistory -> experiment -> database -> framework"* ]]; then
   fail "--help does not show the chain: $messages"
 fi
 

@@ -79,8 +79,7 @@ TEST(ChannelVerb, GivesTheFirstReasonWhyAValueIsMissing) {
        "enabled       no: the DAQ configuration does not enable the pixel\n"},
       {{"Birch", "13000", "12/8/42/0"},
        "threshold     not known: the DAQ configuration does not enable the pixel\n"},
-      {{"Birch", "13003", "2/3/15/17"},
-       "installed     not known: diblock 2 is not in the run, or is masked\n"},
+      {{"Birch", "13003", "2/3/15/17"}, "installed     not known: diblock 2 is not in the run\n"},
       {{"Birch", "13016", "2/7/15/17"}, "gain          not known: DCM 7 of diblock 2 is not in the run\n"},
       {{"Birch", "5", "2/3/15/17"}, "FEB           not known: a simulated run has no real hardware\n"},
       {{"Alder", "11000", "2/1/1/17"}, "gain          not known: gains are recorded for Birch only\n"},
@@ -97,8 +96,9 @@ TEST(ChannelVerb, SaysWhenTheMaskLeavesTheDiblockOut) {
   const auto result = OnSmall("Birch", {"channel", "2/3/15/17", "--run", "13000", "--custom-mask", "0x3ffd"});
   EXPECT_EQ(result.status, 0);
   EXPECT_THAT(result.output, HasSubstr("\n  diblock       bad by the mask\n"));
-  EXPECT_THAT(result.output,
-              HasSubstr("\n  threshold     not known: diblock 2 is not in the run, or is masked"));
+  EXPECT_THAT(
+      result.output,
+      HasSubstr("\n  threshold     not known: diblock 2 is masked: the good-diblock mask leaves it out\n"));
 }
 
 TEST(ChannelVerb, OfARunWithoutConfigurationAnswersTheRestWithStatusOne) {
@@ -118,6 +118,55 @@ TEST(ChannelVerb, OfAMissingRunOrADeadServerHasNoAnswer) {
   EXPECT_EQ(dead.status, 1);
   EXPECT_THAT(dead.output, IsEmpty());
   EXPECT_THAT(dead.error, HasSubstr("runhistory: run 13000 of Birch: connection to server on socket"));
+}
+
+nlohmann::json OneChannel(const nlohmann::json& answer) { return answer["channels"].at(0); }
+
+TEST(ChannelVerb, SaysThatGainsOfHighDiblocksAreLeftOutOfAPartialRun) {
+  const auto partial = OneChannel(JsonOnSmall("Birch", {"channel", "12/1/59/5", "--run", "13003"}));
+  const auto whole = OneChannel(JsonOnSmall("Birch", {"channel", "12/1/59/5", "--run", "13004"}));
+  EXPECT_TRUE(partial["gain"].is_null());
+  EXPECT_EQ(partial["status"]["gain"], "left out");
+  EXPECT_THAT(partial["why"]["gain"].get<std::string>(),
+              HasSubstr("the run has 10 diblocks, and gains of a diblock with a higher number are left out"));
+  EXPECT_EQ(whole["status"]["gain"], "known");
+  EXPECT_EQ(partial["measured_gain"], whole["gain"]);
+}
+
+TEST(ChannelVerb, ShowsTheMeasuredGainBesideTheOneThatReplacesIt) {
+  const auto replaced = OneChannel(JsonOnSmall("Birch", {"channel", "12/1/0/5", "--run", "13004"}));
+  EXPECT_EQ(replaced["gain"], 100);
+  EXPECT_EQ(replaced["status"]["gain"], "replaced");
+  EXPECT_EQ(replaced["measured_gain"].dump(), "89.9");
+  const auto text = OnSmall("Birch", {"channel", "12/1/0/5", "--run", "13004"}).output;
+  EXPECT_THAT(text,
+              HasSubstr("\n  gain          100: 100 stands for the measured gains, whose mean is 89.90"));
+  EXPECT_THAT(text, HasSubstr(" and out of range; measured: 89.9\n"));
+  const auto kept = OneChannel(JsonOnSmall("Birch", {"channel", "12/1/15/5", "--run", "13004"}));
+  EXPECT_EQ(kept["gain"], 110);
+  EXPECT_EQ(kept["status"]["gain"], "known");
+}
+
+TEST(ChannelVerb, DoesNotShowTheGainsOfAnotherAPD) {
+  const auto shown = OneChannel(JsonOnSmall("Birch", {"channel", "12/2/42/5", "--run", "13004"}));
+  EXPECT_TRUE(shown["gain"].is_null());
+  EXPECT_EQ(shown["status"]["gain"], "never measured");
+  EXPECT_THAT(shown["why"]["gain"].get<std::string>(), HasSubstr("no gain was measured of the APD"));
+}
+
+TEST(ChannelVerb, DoesNotShowTheTemperatureOfThePortBefore) {
+  const ScratchDatabases databases("small");
+  databases.Execute(
+      "UPDATE slowcontrol.apd_settings SET temperature = NULL WHERE dcm_name = 'dcm-2-02-03' AND port = 15");
+  const auto arguments = OnDatabases(databases.Template(), "Birch",
+                                     {"channel", "2/3/15/17", "2/3/42/17", "--run", "13000", "--json"});
+  const auto answer = nlohmann::json::parse(RunHistoryCommand(arguments).output);
+  const auto& channel = answer["channels"].at(0);
+  EXPECT_TRUE(channel["temperature"].is_null());
+  EXPECT_EQ(channel["status"]["temperature"], "not recorded");
+  EXPECT_EQ(channel["why"]["temperature"], "it was never recorded for this configuration");
+  EXPECT_EQ(channel["status"]["voltage"], "known");
+  EXPECT_EQ(answer["channels"].at(1)["status"]["temperature"], "known");
 }
 
 TEST(ChannelVerb, RefusesTextsThatAreNoChannel) {

@@ -19,7 +19,12 @@ TEST(DiffVerb, OfARunWithItselfFindsNoChange) {
                                                    "  event builders  no change\n"
                                                    "  installed       no change\n"
                                                    "  enabled         no change\n"
-                                                   "  thresholds      0 of [0-9]+ differ\n"));
+                                                   "  thresholds      0 of [0-9]+ differ\n"
+                                                   "  FEB serials     0 of [0-9]+ boards differ\n"
+                                                   "  APD serials     0 of [0-9]+ boards differ\n"
+                                                   "  measured gains  0 of [0-9]+ boards differ\n"
+                                                   "  voltages        0 of [0-9]+ boards differ\n"
+                                                   "  temperatures    0 of [0-9]+ boards differ\n"));
 }
 
 TEST(DiffVerb, TellsChangesOfTheTopology) {
@@ -59,7 +64,8 @@ TEST(DiffVerb, CountsThresholdsAndNamesEachWithFull) {
   };
   EXPECT_EQ(first["before"], thresholdIn("1001"));
   EXPECT_EQ(first["after"], thresholdIn("1002"));
-  const auto text = OnSmall("Birch", full).output;
+  const auto all = OnSmall("Birch", full).output;
+  const auto text = all.substr(0, all.find("\n  FEB serials ") + 1);
   EXPECT_EQ(std::count(text.begin(), text.end(), '\n') -
                 std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(text.find("\n    1/1/")),
                            '\n') -
@@ -99,7 +105,50 @@ TEST(DiffVerb, WithASimulatedRunComparesTheTopology) {
   EXPECT_EQ(result.status, 0);
   EXPECT_THAT(result.output, HasSubstr("\n  kind            real -> simulated\n"));
   EXPECT_THAT(result.output, HasSubstr("\n  DCMs            0 gone, 48 new\n"));
-  EXPECT_THAT(result.output, HasSubstr("\n  thresholds      0 of 0 differ\n"));
+  EXPECT_THAT(result.output, HasSubstr("\n  thresholds      not compared: a simulated run has no DAQ"));
+  EXPECT_THAT(result.output, testing::Not(HasSubstr("0 of 0")));
+  const auto json = JsonOnSmall("Birch", {"diff", "13003", "5"});
+  EXPECT_THAT(json["not_compared"].get<std::string>(), HasSubstr("a simulated run has no DAQ configuration"));
+  EXPECT_FALSE(json.contains("thresholds_compared"));
+}
+
+TEST(DiffVerb, TellsChangesOfTimesMaskPOTAndDataQuality) {
+  const auto facts = JsonOnSmall("Birch", {"diff", "13002", "13010"})["facts"];
+  EXPECT_EQ(facts["started"]["before"], "2016-03-01 03:00:00 UTC");
+  EXPECT_EQ(facts["good diblocks"]["before"], "##############");
+  EXPECT_EQ(facts["good diblocks"]["after"], "######-##-####");
+  EXPECT_TRUE(facts.contains("POT"));
+  EXPECT_EQ(JsonOnSmall("Birch", {"diff", "13004", "13002"})["facts"]["stopped"]["before"], "not recorded");
+  const auto nothing = JsonOnSmall("Birch", {"diff", "13002", "13008"})["facts"];
+  EXPECT_EQ(nothing["data quality"]["after"], "no records");
+  EXPECT_EQ(nothing["good diblocks"]["after"], "not known: No mask found in DB!");
+}
+
+TEST(DiffVerb, TellsWhichSerialsGainsVoltagesAndTemperaturesDiffer) {
+  const auto changed = JsonOnSmall("Birch", {"diff", "13000", "13040", "--full"});
+  const auto serials = [](const std::string& run) {
+    std::map<std::string, std::string> found;
+    const auto shown =
+        JsonOnSmall("Birch", {"channel", "1/1/0/0", "1/1/1/0", "1/1/15/0", "1/2/0/0", "--run", run});
+    for (const auto& channel : shown["channels"]) {
+      found["1/" + channel["dcm"].dump() + "/" + channel["port"].dump()] = channel["apd"];
+    }
+    return found;
+  };
+  const auto old = serials("13000");
+  const auto now = serials("13040");
+  std::map<std::string, std::string> told;
+  for (const auto& board : changed["apd_serials"]["boards"]) {
+    told[board["board"]] = board["before"];
+  }
+  EXPECT_EQ(told.size(), changed["apd_serials"]["changed"]);
+  EXPECT_GT(told.size(), 100U);
+  EXPECT_LT(told.size(), changed["apd_serials"]["compared"]);
+  for (const auto& [board, serial] : old) {
+    EXPECT_EQ(told.count(board) == 1, serial != now.at(board)) << board;
+  }
+  EXPECT_GT(changed["measured_gains"]["changed"], 100);
+  EXPECT_EQ(changed["voltages"]["boards"].size(), changed["voltages"]["changed"]);
 }
 
 TEST(DiffVerb, SaysWhichRunCannotBeHad) {

@@ -52,12 +52,13 @@ TEST(MapVerb, ShowsEachBoardAsTheLibraryAnswersForIt) {
       const auto channel =
           channels.encodeDChan(briodaq::cnv::Birch, board["diblock"], board["dcm"], board["port"], 0);
       const auto feb = library.history.GetFEB(channel, ok);
-      if (board["state"] == "good") {
+      const std::string state = board["state"];
+      if (state == "good" || state == "replaced") {
         ++good;
         ASSERT_TRUE(ok) << board;
         ASSERT_EQ(board["value"].get<float>(), feb.*member) << board;
-      } else if (board["state"] != "no value") {
-        ASSERT_FALSE(ok) << board;
+      } else {
+        ASSERT_EQ(ok, state == "not recorded" || state == "never measured") << board;
         ASSERT_TRUE(board["value"].is_null());
       }
       const auto logical = channels.getLogicalChannel(channel);
@@ -129,11 +130,67 @@ TEST(MapVerb, LegendCountsEveryBoardOnce) {
   EXPECT_THAT(legend, HasSubstr(" °C: "));
 }
 
-TEST(MapVerb, LeavesMaskedDiblocksBlank) {
+TEST(MapVerb, CallsMaskedDiblocksMasked) {
   const auto result = OnSmall("Birch", {"map", "enabled", "--run", "13010", "--analysis-mask"});
   EXPECT_EQ(result.status, 0);
-  EXPECT_EQ(InLegend(result.output, "not in the run"), 10 * 12 * 64);
+  EXPECT_EQ(InLegend(result.output, "masked"), 10 * 12 * 64);
+  EXPECT_EQ(InLegend(result.output, "not in the run"), -1);
+  EXPECT_THAT(result.output, HasSubstr("\n    DCM 12  " + std::string(64, '-') + "\n"));
+  const auto map = JsonOnSmall("Birch", {"map", "enabled", "--run", "13010", "--analysis-mask"});
+  EXPECT_EQ(CountStates(map)["masked"], 10 * 12 * 64);
+  const auto csv =
+      OnSmall("Birch", {"map", "enabled", "--run", "13010", "--analysis-mask", "--format", "csv"}).output;
+  EXPECT_THAT(csv, HasSubstr("\n1,1,0,0,0,masked,0\n"));
+  const auto svg =
+      OnSmall("Birch", {"map", "enabled", "--run", "13010", "--analysis-mask", "--format", "svg"}).output;
+  EXPECT_TRUE(ParsedSvg(svg).select_node("//text[.='masked: 7680']"));
+}
+
+TEST(MapVerb, LeavesDiblocksBlankThatTookNoPart) {
+  const auto result = OnSmall("Birch", {"map", "enabled", "--run", "13003"});
+  EXPECT_EQ(InLegend(result.output, "not in the run"), 4 * 12 * 64);
+  EXPECT_EQ(InLegend(result.output, "masked"), -1);
   EXPECT_THAT(result.output, HasSubstr("\n    DCM 12\n"));
+}
+
+TEST(MapVerb, ShowsBoardsWhoseGainsWereReplaced) {
+  const auto map = JsonOnSmall("Birch", {"map", "gain", "--run", "13004"});
+  auto states = CountStates(map);
+  EXPECT_GT(states["replaced"], 1);
+  EXPECT_GT(states["never measured"], 1);
+  for (const auto& board : map["boards"]) {
+    if (board["diblock"] == 12 && board["dcm"] == 1 && board["port"] == 0) {
+      EXPECT_EQ(board["state"], "replaced");
+      EXPECT_EQ(board["value"], 100);
+      EXPECT_NEAR(board["measured"].get<double>(), 89.9, 1e-4);
+    }
+  }
+  const auto text = OnSmall("Birch", {"map", "gain", "--run", "13004"}).output;
+  EXPECT_EQ(InLegend(text, "replaced"), states["replaced"]);
+  EXPECT_EQ(InLegend(text, "never measured"), states["never measured"]);
+  EXPECT_THAT(text, HasSubstr("\n    DCM 1   !"));
+}
+
+TEST(MapVerb, CallsGainsOfHighDiblocksLeftOut) {
+  const auto states = CountStates(JsonOnSmall("Birch", {"map", "gain", "--run", "13003"}));
+  EXPECT_GT(states.at("left out"), 100);
+  EXPECT_EQ(states.count("not recorded"), 0U);
+}
+
+TEST(MapVerb, OfSettingsSaysThatTheConfigurationCouldNotBeRead) {
+  for (const auto* quantity : {"gain", "voltage", "temperature"}) {
+    const auto missing = OnSmall("Birch", {"map", quantity, "--run", "13015"});
+    EXPECT_EQ(missing.status, 1);
+    EXPECT_THAT(missing.output, IsEmpty());
+    EXPECT_THAT(missing.error, HasSubstr("run 13015 of Birch: there is no configuration 9999"));
+  }
+  const ScratchDatabases databases("small");
+  databases.Execute("REVOKE SELECT ON daqconfig.enable_masks FROM PUBLIC, brio_reader");
+  const auto revoked =
+      RunHistoryCommand(OnDatabases(databases.Template(), "Birch", {"map", "gain", "--run", "13000"}));
+  EXPECT_EQ(revoked.status, 1);
+  EXPECT_THAT(revoked.output, IsEmpty());
+  EXPECT_THAT(revoked.error, HasSubstr("permission denied for table enable_masks"));
 }
 
 TEST(MapVerb, DrawsTheNearDetectorsOwnShape) {
@@ -183,7 +240,7 @@ TEST(MapVerb, PicturesEveryBoardWithAxesAndLegend) {
   const auto states = CountStates(map);
   EXPECT_EQ(filled["url(#not-enabled)"], states.at("not enabled"));
   EXPECT_EQ(filled["#ffffff"], states.at("not installed"));
-  EXPECT_EQ(filled["url(#no-value)"], states.at("no value"));
+  EXPECT_EQ(filled["url(#no-value)"], states.count("not recorded") == 0 ? 0 : states.at("not recorded"));
   EXPECT_EQ(svg.select_nodes("//text[.='port']").size(), 14U);
   EXPECT_EQ(svg.select_nodes("//text[.='DCM']").size(), 14U);
   EXPECT_TRUE(svg.select_node("//text[.='diblock 14']"));

@@ -1,0 +1,62 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "arrays/Status.h"
+
+namespace brio::arrays {
+
+/// One line of the runs table, and what other tables add up to for the run. What the table holds no value
+/// for has Status::NotRecorded.
+struct RunLine {
+  int run = 0;
+  Value<std::string> start;  ///< "2014-06-10 03:00:00", UTC
+  Value<std::string> stop;
+  Value<std::string> type;
+  Value<int> partition;
+  Value<long long> configuration;
+  Value<int> subruns;
+  /// Diblocks and DCMs in the resources table, masked ones included; Status::NotInRun for a run that has no
+  /// resources, Status::RunNotLoaded when nobody asked or they could not be read.
+  Value<int> diblocks;
+  Value<int> dcms;
+  /// Protons on target, as stored; Status::RunNotLoaded when nobody asked or they could not be read.
+  Value<float> pot;
+};
+
+/// A comparison of a column of the runs table with a value, which PostgreSQL reads as the column's type.
+struct RunCondition {
+  std::string column;
+  std::string comparison;  ///< one of = != < <= > >=
+  std::string value;
+};
+
+/// Which runs; what is not set selects nothing. Times are texts that PostgreSQL reads as UTC.
+struct RunSelection {
+  std::optional<int> first;          ///< the lowest number
+  std::optional<int> last;           ///< the highest number
+  std::optional<std::string> since;  ///< started then or later
+  std::optional<std::string> until;  ///< started before
+  std::optional<std::string> at;     ///< going on then; without a stop until the partition's next start
+  std::optional<std::string> type;
+  std::optional<int> partition;
+  std::optional<long long> configuration;
+  std::vector<RunCondition> where;
+  std::size_t newest = 0;      ///< at most so many, those with the highest numbers; 0 for all
+  bool withResources = false;  ///< count diblocks and DCMs
+  bool withPOT = false;        ///< read the protons on target
+};
+
+/// The runs of a detector in ascending order of their numbers, in one statement; one more each for resources
+/// and protons on target. \return nothing, with the reason logged at error severity, when the runs table
+/// cannot be read; that includes a value that is none of its column's type
+/// \throws std::invalid_argument for a column or a comparison that there is not, cet::exception
+/// "BrioDatabase"
+///   for a missing or broken definition file
+std::optional<std::vector<RunLine>> ListRuns(const std::string& detector, const RunSelection& selection = {});
+
+}  // namespace brio::arrays

@@ -1,0 +1,77 @@
+#include "tools/shared/Format.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+
+namespace brio::tools {
+
+std::string JsonText(const Json& value, int indent) {
+  return value.dump(indent, ' ', false, Json::error_handler_t::replace);
+}
+
+std::string Fixed(double value, int digits) {
+  std::array<char, 400> text{};  // room for the largest double
+  char* const end =
+      std::to_chars(text.data(), text.data() + text.size(), value, std::chars_format::fixed, digits).ptr;
+  std::string fixed(text.data(), end);
+  const bool isZero = fixed.find_first_not_of("-0.") == std::string::npos;
+  return isZero && fixed.front() == '-' ? fixed.substr(1) : fixed;
+}
+
+std::string Shortest(float value) {
+  std::array<char, 64> text{};
+  return {text.data(), std::to_chars(text.data(), text.data() + text.size(), value).ptr};
+}
+
+double ShortestValue(float value) {
+  const std::string text = Shortest(value);
+  double number = 0;
+  const auto read = std::from_chars(text.data(), text.data() + text.size(), number);
+  return read.ec == std::errc() ? number : static_cast<double>(value);
+}
+
+std::string Duration(std::time_t seconds) {
+  constexpr std::time_t kMinute = 60;
+  constexpr std::time_t kHour = 3600;
+  std::string text;
+  if (seconds >= kHour) { text = std::to_string(seconds / kHour) + " h "; }
+  if (seconds >= kMinute) { text += std::to_string(seconds % kHour / kMinute) + " min "; }
+  return text + std::to_string(seconds % kMinute) + " s";
+}
+
+std::string Ranges(const std::vector<int>& numbers) {
+  std::string text;
+  for (std::size_t i = 0; i < numbers.size();) {
+    std::size_t last = i;
+    while (last + 1 < numbers.size() && numbers[last + 1] == numbers[last] + 1) {
+      ++last;
+    }
+    text += (text.empty() ? "" : ", ") + std::to_string(numbers[i]);
+    if (last > i) { text += "-" + std::to_string(numbers[last]); }
+    i = last + 1;
+  }
+  return text.empty() ? "none" : text;
+}
+
+std::string TextTable::Text() const {
+  std::vector<std::size_t> widths;
+  for (const auto& row : rows_) {
+    widths.resize(std::max(widths.size(), row.size()));
+    for (std::size_t column = 0; column < row.size(); ++column) {
+      widths[column] = std::max(widths[column], row[column].size());
+    }
+  }
+  std::string text;
+  for (const auto& row : rows_) {
+    for (std::size_t column = 0; column < row.size(); ++column) {
+      text += column == 0 ? "" : "  ";
+      text += std::string(widths[column] - row[column].size(), ' ') + row[column];
+    }
+    text += '\n';
+  }
+  return text;
+}
+
+}  // namespace brio::tools

@@ -1,0 +1,58 @@
+#include "tools/shared/Mask.h"
+
+#include "database/LoadScope.h"
+#include "database/Table.h"
+
+namespace brio::tools {
+
+StoredMask LoadStoredMask(int run, const std::string& detector) {
+  constexpr int kFirstRun = 10000;
+  constexpr int kLastRun = 999999;
+  StoredMask stored;
+  if (briodaq::cnv::DetInfo::GetId(detector) == briodaq::cnv::Alder) {
+    stored.outcome.reason = "the near detector has no mask";
+    return stored;
+  }
+  if (run < kFirstRun || run > kLastRun) {
+    stored.outcome.reason = "a simulated run has no mask";
+    return stored;
+  }
+  // Read as the library reads it, which takes a mask that is NULL, or no number, for one of no good diblock.
+  const brio::dbi::LoadScope scope;
+  brio::dbi::Table table("RunHistory/tables/GoodDiBlocksVsRun.xml");
+  table.SetDetector(detector);
+  table.SetValidityRange<int>("run", run);
+  table.AddOrderColumn("inserttime");
+  table.SetOrderDesc();
+  bool isThere = false;
+  bool isNumber = false;
+  stored.outcome = Attempt([&] {
+    if (!table.Load()) { return false; }
+    isThere = table.NRow() > 0;
+    isNumber = isThere && table.GetRow(0)->Col(table.GetColIndex("dbmask")).Get(stored.mask);
+    return true;
+  });
+  if (!stored.outcome.ok) { return stored; }
+  stored.outcome.ok = isNumber;
+  if (!isThere) {
+    stored.outcome.reason = "No mask found in DB!";
+  } else if (!isNumber) {
+    const bool isNull = table.GetRow(0)->Col(table.GetColIndex("dbmask")).Text() == nullptr;
+    stored.outcome.reason = std::string("the newest mask is ") + (isNull ? "NULL" : "no number") +
+                            ", which leaves every diblock out where the mask is used";
+  }
+  return stored;
+}
+
+std::vector<int> DiBlocksOf(int mask) {
+  constexpr int kFarDiBlocks = 14;
+  std::vector<int> numbers;
+  for (int i = 0; i < kFarDiBlocks; ++i) {
+    if (((static_cast<unsigned int>(mask) >> static_cast<unsigned int>(i)) & 1U) != 0) {
+      numbers.push_back(i + 1);
+    }
+  }
+  return numbers;
+}
+
+}  // namespace brio::tools

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include <CLI/CLI.hpp>
+
+#include "RunHistory/RunHistory.h"
+#include "tools/shared/RunRange.h"
+
+namespace brio::tools {
+
+/// The options that every verb takes, spelled the same; a verb that has no use for one accepts it.
+struct Options {
+  std::string detector;
+  /// The run, the first of a range.
+  int run = 0;
+  RunRange runs;
+  bool json = false;
+  bool verbose = false;
+  bool noColor = false;
+  bool useMask = false;
+  std::optional<int> customMask;
+  bool analysisMask = false;
+  int retries = 0;
+  std::string database;
+};
+
+/// Adds the shared options to a verb's command line.
+void AddSharedOptions(CLI::App& command, Options& options);
+
+/// Makes --detector obligatory for a verb.
+void RequireDetector(CLI::App& command);
+
+/// Makes --detector and --run obligatory for a verb that answers for one run.
+void RequireRun(CLI::App& command);
+
+/// The same for a verb that also answers for a range of runs.
+void RequireRuns(CLI::App& command);
+
+/// A check of --run that refuses a range.
+std::string CheckSingleRun(const std::string& text);
+
+/// Whether the answer is coloured: on a terminal, unless --no-color or NO_COLOR says otherwise.
+bool UsesColor(const Options& options);
+
+/// What holds for the whole process: --database and --verbose. Call before the first RunHistory.
+void ApplyToProcess(const Options& options);
+
+/// Hands the masks, the retries and --verbose on to a run record. A later change of its run or detector drops
+/// the custom mask again.
+void ApplyTo(brio::dbi::RunHistory& history, const Options& options);
+
+}  // namespace brio::tools

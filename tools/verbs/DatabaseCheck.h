@@ -1,0 +1,52 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "tools/shared/Loading.h"
+#include "tools/shared/SchemaFiles.h"
+
+namespace brio::tools {
+
+/// What was found in one of a detector's databases.
+struct DatabaseCheck {
+  std::string name;
+  Outcome connection;
+  double connectMilliseconds = 0;
+  std::string version;
+  std::string database;
+  std::string user;
+  bool isReadOnly = false;
+  bool isStandby = false;
+  int tables = 0;  ///< that should be there
+  std::vector<std::string> missingTables;
+  std::vector<std::string> missingColumns;
+  std::vector<std::string> unreadable;  ///< tables that are there, but not for this role
+  int indexes = 0;                      ///< that are recommended
+  std::vector<std::string> missingIndexes;
+  /// Where the library finds the table hardware_position, which it names without a schema; empty when it
+  /// finds none, or has no use for it here.
+  std::string positionSchema;
+  /// What lets others put something in the place of what the library means.
+  std::vector<std::string> warnings;
+  double lookMilliseconds = 0;
+
+  /// Everything that the library reads is there.
+  bool IsComplete() const {
+    return connection.ok && missingTables.empty() && missingColumns.empty() && unreadable.empty();
+  }
+};
+
+DatabaseCheck CheckDatabase(const std::string& detector, const ExpectedDatabase& expected, int retries);
+
+/// One step of loading a run.
+struct LoadStep {
+  const char* name = "";
+  Outcome outcome;
+  double milliseconds = 0;
+};
+
+/// Loads a run step by step, up to the first that fails.
+std::vector<LoadStep> TryLoading(brio::dbi::RunHistory& history);
+
+}  // namespace brio::tools

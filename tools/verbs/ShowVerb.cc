@@ -1,0 +1,242 @@
+#include <algorithm>
+#include <ostream>
+#include <set>
+
+#include "arrays/Boards.h"
+#include "database/LoadScope.h"
+#include "tools/shared/Loading.h"
+#include "tools/shared/Mask.h"
+#include "tools/shared/RunByRun.h"
+
+namespace brio::tools {
+namespace {
+
+using brio::dbi::DQSubrunInfo;
+using brio::dbi::RunHistory;
+
+// What a run record shows whose start was never recorded.
+constexpr const char* kNoStart = "2010-01-01 00:00:00";
+constexpr const char* kNotRecorded = "not recorded";
+
+/// One screen on a run, as text and as JSON. A fact is added to both, or in its place why it is not known.
+class Screen {
+public:
+  Screen(std::ostream& text, Json& object) : text_(text), object_(object) {}
+
+  void Add(const std::string& label, const char* key, const Json& value, const std::string& shown) {
+    text_ << "  " << label << std::string(16 - label.size(), ' ') << shown << '\n';
+    object_[key] = value;
+  }
+  /// A number that stands in the line before, in JSON.
+  void AddNumber(const char* key, int value) { object_[key] = value; }
+  void AddUnknown(const std::string& label, const char* key, const std::string& reason) {
+    Add(label, key, nullptr, reason == kNotRecorded ? reason : "not known: " + reason);
+    object_["not_known"][key] = reason;
+  }
+
+private:
+  std::ostream& text_;
+  Json& object_;
+};
+
+void AddTimes(RunHistory& history, Screen& screen) {
+  const std::string start = history.TStartAsString();
+  const std::string stop = history.TStopAsString();
+  const bool started = start != kNoStart;
+  if (started) {
+    screen.Add("started", "start", start, start + " UTC");
+  } else {
+    screen.AddUnknown("started", "start", kNotRecorded);
+  }
+  if (stop.empty()) {
+    screen.AddUnknown("stopped", "stop", kNotRecorded);
+  } else {
+    screen.Add("stopped", "stop", stop, stop + " UTC");
+  }
+  const auto seconds = history.TStop() - history.TStart();
+  if (started && !stop.empty() && seconds >= 0) {
+    screen.Add("duration", "duration", seconds, Duration(seconds));
+  }
+}
+
+void AddTopology(RunHistory& history, const std::string& picture, Screen& screen) {
+  std::vector<int> numbers;
+  int live = 0;
+  for (const auto& diblock : history.GetDiBlocks()) {
+    numbers.push_back(diblock.number);
+    live += static_cast<int>(std::count_if(diblock.dcms.begin(), diblock.dcms.end(),
+                                           [](const RunHistory::DCM& dcm) { return dcm.isActive; }));
+  }
+  screen.Add("diblocks", "diblocks", numbers, picture + "  " + Ranges(numbers));
+  screen.Add("DCMs", "dcms", live, std::to_string(live));
+  const auto builders = history.GetBNEVBs().size();
+  screen.Add("event builders", "event_builders", builders, std::to_string(builders));
+}
+
+void AddRun(RunHistory& history, Screen& screen) {
+  const auto number = [&](const char* label, const char* key, long long value) {
+    screen.Add(label, key, value, std::to_string(value));
+  };
+  AddTimes(history, screen);
+  if (history.IsMC()) {
+    screen.Add("type", "type", "simulated", "simulated");
+  } else {
+    if (history.GetRunType().empty()) {
+      screen.AddUnknown("type", "type", kNotRecorded);
+    } else {
+      screen.Add("type", "type", history.GetRunType(), history.GetRunType());
+    }
+    // These two are what a run record holds when nothing was recorded.
+    if (history.GetPartition() == -1) {
+      screen.AddUnknown("partition", "partition", kNotRecorded);
+    } else {
+      number("partition", "partition", history.GetPartition());
+    }
+    if (history.GetConfigId() == 0) {
+      screen.AddUnknown("configuration", "configuration", kNotRecorded);
+    } else {
+      number("configuration", "configuration", history.GetConfigId());
+    }
+    number("active channels", "active_channels", history.NActiveChannels());
+  }
+  number("subruns", "subruns", history.NSubruns());
+  unsigned int mask = 0;
+  for (const auto& diblock : history.GetDiBlocks()) {
+    if (diblock.number >= 1 && diblock.number <= 14) { mask |= 1U << (diblock.number - 1U); }
+  }
+  AddTopology(history, history.DiBlockMaskToString(static_cast<int>(mask)), screen);
+}
+
+/// Boards by the places that the detector has for them, as maps and differences count them.
+struct BoardCounts {
+  int places = 0;  ///< of DCMs that took part
+  int installed = 0;
+  int enabled = 0;           ///< by the DAQ configuration, which counts ports without a place too
+  int enabledInstalled = 0;  ///< of those that are installed
+};
+
+BoardCounts CountBoards(RunHistory& history, const LoadedParts& parts) {
+  BoardCounts counts;
+  for (const auto& board : arrays::MakeBoards(history, parts).boards) {
+    if (board.presence != arrays::Status::Known) { continue; }
+    ++counts.places;
+    if (!board.installed.IsKnown() || !board.installed.value) { continue; }
+    ++counts.installed;
+    if (board.enabled.IsKnown() && board.enabled.value) { ++counts.enabledInstalled; }
+  }
+  counts.enabled = history.NEnabledFEBs();
+  return counts;
+}
+
+void AddBoards(RunHistory& history, const LoadedParts& parts, Screen& screen) {
+  const BoardCounts counts = CountBoards(history, parts);
+  const bool hasHardware = history.IsMC() || IsHardwareRecorded(history.GetDetectorId());
+  if (parts.hardware.ok && !hasHardware) {
+    screen.AddUnknown("installed", "boards_installed", "no hardware is recorded for this detector");
+  } else if (parts.hardware.ok) {
+    screen.Add("installed", "boards_installed", counts.installed,
+               std::to_string(counts.installed) + " boards, on " + std::to_string(counts.places) +
+                   " places of the DCMs in the run");
+  } else {
+    screen.AddUnknown("installed", "boards_installed", parts.hardware.reason);
+  }
+  if (parts.hardware.ok && hasHardware) { screen.AddNumber("board_places", counts.places); }
+  if (history.IsMC()) {
+    screen.AddUnknown("enabled", "boards_enabled", "a simulated run has no DAQ configuration");
+  } else if (parts.configuration.ok) {
+    screen.Add(
+        "enabled", "boards_enabled", counts.enabled,
+        std::to_string(counts.enabled) + " ports by the DAQ configuration" +
+            (hasHardware ? ", " + std::to_string(counts.enabledInstalled) + " with an installed board" : ""));
+    if (hasHardware) { screen.AddNumber("boards_enabled_installed", counts.enabledInstalled); }
+  } else {
+    screen.AddUnknown("enabled", "boards_enabled", parts.configuration.reason);
+  }
+}
+
+std::string Count(std::size_t number, const std::string& what) {
+  return std::to_string(number) + " " + what + (number == 1 ? "" : "s");
+}
+
+void AddQuality(const std::vector<DQSubrunInfo>& records, Screen& screen) {
+  double rate = 0;
+  std::size_t flagged = 0;
+  std::set<int> diblocks;
+  for (const auto& record : records) {
+    rate += static_cast<double>(record.miprate) / static_cast<double>(records.size());
+    flagged += record.flag != 0 ? 1 : 0;
+    diblocks.insert(record.ngooddb);
+  }
+  const auto good = Ranges(std::vector<int>(diblocks.begin(), diblocks.end()));
+  screen.Add("data quality", "data_quality",
+             {{"version", records.front().version},
+              {"subruns", records.size()},
+              {"flagged", flagged},
+              {"mean_mip_rate", rate},
+              {"good_diblocks", std::vector<int>(diblocks.begin(), diblocks.end())}},
+             Count(records.size(), "subrun") + ", " + std::to_string(flagged) + " flagged, " + good +
+                 " good diblocks, mean MIP rate " + Fixed(rate, 2) + " (version " +
+                 std::to_string(records.front().version) + ")");
+}
+
+/// \return false when a database complained
+bool AddExposure(RunHistory& history, Screen& screen) {
+  const auto stored = LoadStoredMask(history.GetRunNumber(), history.GetDetectorName());
+  if (stored.outcome.ok) {
+    screen.Add("good diblocks", "good_diblock_mask", stored.mask,
+               history.DiBlockMaskToString(stored.mask) + "  " + Ranges(DiBlocksOf(stored.mask)));
+  } else {
+    screen.AddUnknown("good diblocks", "good_diblock_mask", stored.outcome.reason);
+  }
+  const auto pot = Attempt([&] { return history.LoadPOT(); });
+  if (pot.ok && !history.IsMC()) {
+    screen.Add("POT", "pot", ShortestValue(history.GetTotalPOT()), Shortest(history.GetTotalPOT()));
+  } else {
+    screen.AddUnknown("POT", "pot", history.IsMC() ? "a simulated run has none" : pot.reason);
+  }
+  std::vector<DQSubrunInfo> records;
+  const auto quality = Attempt([&] {
+    records = history.GetDQSubrunInfo();
+    return true;
+  });
+  if (quality.IsClean() && !records.empty()) {
+    AddQuality(records, screen);
+  } else {
+    screen.AddUnknown("data quality", "data_quality", quality.IsClean() ? "no records" : quality.reason);
+  }
+  return !stored.outcome.databaseComplained && !pot.databaseComplained && !quality.databaseComplained;
+}
+
+bool AnswerShow(RunHistory& history, std::ostream& text, Json& object) {
+  const brio::dbi::LoadScope oneSnapshot;
+  const LoadedParts parts = LoadParts(history, Depth::Configuration);
+  if (parts.isMissing) {
+    SayUnavailable(history, parts.run.reason);
+    return false;
+  }
+  text << "Run " << history.GetRunNumber() << " of " << history.GetDetectorName() << '\n';
+  Screen screen(text, object);
+  if (parts.run.ok) {
+    AddRun(history, screen);
+    AddBoards(history, parts, screen);
+  } else {
+    screen.AddUnknown("run", "run_record", parts.run.reason);
+  }
+  const bool couldRead = AddExposure(history, screen);
+  const Outcome& deepest = parts.UpTo(Depth::Configuration);
+  if (!deepest.ok) {
+    SayUnavailable(history, deepest.reason);
+  } else if (!couldRead) {
+    SayUnavailable(history, "not everything could be read");
+  }
+  return deepest.ok && couldRead;
+}
+
+}  // namespace
+
+Action PrepareShow(CLI::App& command, const Options& options) {
+  RequireRuns(command);
+  return [&options] { return AnswerRunByRun(options, AnswerShow); };
+}
+
+}  // namespace brio::tools
