@@ -178,7 +178,10 @@ ResultHandle PostgreSQLSession::CollectResult(const Patience& patience, const St
       continue;
     }
     patience.time.Resume();
-    if (statement != nullptr && collected) { return GiveUp("the server gave two answers to one statement"); }
+    // A connection that is lost may say so once more behind an error.
+    if (statement != nullptr && collected && IsGood(collected.get()) && IsGood(next.get())) {
+      return GiveUp("the server gave two answers to one statement");
+    }
     if (!collected || IsGood(collected.get())) { collected = std::move(next); }
     if (IsCopy(collected.get())) { break; }
   }
