@@ -65,7 +65,7 @@ std::string WithZone(const std::string& time) {
       time[13] != ':' || time[16] != ':') {
     return time;
   }
-  for (const std::size_t at : {5, 8, 11, 14, 17}) {
+  for (const std::size_t at : {5U, 8U, 11U, 14U, 17U}) {
     if (!IsDigits(time, at, 2)) { return time; }
   }
   if (!IsDigits(time, 0, 4)) { return time; }
