@@ -95,6 +95,14 @@ TEST_F(HostileProcess, InterruptedEveryMillisecondLoadsTheSame) {
   EXPECT_GE(signals, 200);
 }
 
+// The undefined-behaviour sanitizer asks a pipe whether memory may be read, and has none without descriptors.
+#if defined(__has_feature)
+#define BRIO_NEEDS_DESCRIPTORS __has_feature(undefined_behavior_sanitizer)
+#else
+#define BRIO_NEEDS_DESCRIPTORS 0
+#endif
+#if !BRIO_NEEDS_DESCRIPTORS
+
 TEST_F(HostileProcess, WithoutDescriptorsFailsAndLoadsOnceThereAreSome) {
   const auto descriptors = OpenDescriptors();
   std::string last;
@@ -120,6 +128,8 @@ TEST_F(HostileProcess, WithoutDescriptorsFailsAndLoadsOnceThereAreSome) {
   }
   EXPECT_EQ(last, "true");
 }
+
+#endif  // !BRIO_NEEDS_DESCRIPTORS
 
 }  // namespace
 }  // namespace brio::test
