@@ -6,12 +6,16 @@
 namespace brio::dbi {
 namespace {
 
-std::atomic<std::ostream*> output{&std::cout};
+// Made on the first use: std::cout is another file's variable and may be initialised after this one's.
+std::atomic<std::ostream*>& Output() {
+  static std::atomic<std::ostream*> output{&std::cout};
+  return output;
+}
 
 }  // namespace
 
-void SetProgressOutput(std::ostream* stream) { output = stream; }
+void SetProgressOutput(std::ostream* stream) { Output() = stream; }
 
-std::ostream* GetProgressOutput() { return output; }
+std::ostream* GetProgressOutput() { return Output(); }
 
 }  // namespace brio::dbi
