@@ -56,30 +56,50 @@ const char* const kCablesStatement =
     "and mod.layer=CAST(btrim(fcom.position2,'PLN:') AS INT) "
     "and mod.position_in_layer=CAST(btrim(fcom.port2,'POS:') AS INT)) ORDER BY diblk ASC, dcm ASC, feb ASC";
 
-FEBsByModule ReadFEBs(const Rows& rows) {
-  const ConversionTimer timer("installed FEBs", rows.Count());
-  FEBsByModule febs;
-  // All boards carry the date of the first row, the newest.
-  const double dateAdded = rows.Count() > 0 ? HardwareDate(rows.At(0).Text(kDateAdded)) : 0.0;
-  for (const RowView row : rows) {
-    const auto number = [&](FEBColumn column) {
-      return static_cast<std::uint32_t>(IntegerIn(row.Text(column)));
-    };
-    // With equal dates the first row of a module stays.
-    const auto module = number(kModule);
-    const auto [entry, isNew] = febs.try_emplace(module);
-    if (!isNew) { continue; }
-    FEBInfo& feb = entry->second.record;
-    feb.serial = row.Text(kBarcode);
-    feb.hvFitIntercept = FloatIn(row.Text(kIntercept));
-    feb.hvFitSlope = FloatIn(row.Text(kSlope));
-    if (feb.hvFitSlope == 0.0F) { feb.hvFitSlope = kDefaultSlope; }
-    feb.barcodedItemId = number(kItemId);
-    feb.module = module;
-    feb.connectionId = number(kConnectionId);
-    feb.dateAdded = dateAdded;
-  }
-  return febs;
+/// Takes the rows of that statement in their order: of each module the first, the newest.
+class FEBReader {
+public:
+  void Take(const RowView& row);
+  FEBsByModule TakeFEBs() { return std::move(febs_); }
+
+private:
+  FEBsByModule febs_;
+  double dateAdded_ = 0.0;  ///< all boards carry the date of the first row, the newest
+};
+
+void FEBReader::Take(const RowView& row) {
+  const auto number = [&](FEBColumn column) {
+    return static_cast<std::uint32_t>(IntegerIn(row.Text(column)));
+  };
+  if (febs_.empty()) { dateAdded_ = HardwareDate(row.Text(kDateAdded)); }
+  // With equal dates the first row of a module stays.
+  const auto module = number(kModule);
+  const auto [entry, isNew] = febs_.try_emplace(module);
+  if (!isNew) { return; }
+  FEBInfo& feb = entry->second.record;
+  feb.serial = row.Text(kBarcode);
+  feb.hvFitIntercept = FloatIn(row.Text(kIntercept));
+  feb.hvFitSlope = FloatIn(row.Text(kSlope));
+  if (feb.hvFitSlope == 0.0F) { feb.hvFitSlope = kDefaultSlope; }
+  feb.barcodedItemId = number(kItemId);
+  feb.module = module;
+  feb.connectionId = number(kConnectionId);
+  feb.dateAdded = dateAdded_;
+}
+
+/// A row that puts a module at a place.
+struct Cable {
+  std::uint32_t diblock;
+  std::uint32_t dcm;
+  std::uint32_t port;
+  std::uint32_t module;
+};
+
+Cable CableOf(const RowView& row) {
+  const auto number = [&](CableColumn column) {
+    return static_cast<std::uint32_t>(IntegerIn(row.Text(column)));
+  };
+  return {number(kDiBlock), number(kDCM), number(kPort), number(kCableModule)};
 }
 
 /// A board that a cable row puts at a location.
@@ -89,19 +109,17 @@ struct CabledBoard {
   APDInfo* apd;  ///< null when the module has none
 };
 
-/// The cable rows of installed boards, in their order.
-std::vector<CabledBoard> ReadCables(const Rows& rows, int detector, FEBsByModule& febs, APDsByModule& apds) {
-  const ConversionTimer timer("cables", rows.Count());
+/// The cables of installed boards, in their order.
+std::vector<CabledBoard> FindBoards(const std::vector<Cable>& cables, int detector, FEBsByModule& febs,
+                                    APDsByModule& apds) {
+  const ConversionTimer timer("cables", static_cast<long>(cables.size()));
   std::vector<CabledBoard> cabled;
   cabled.reserve(febs.size());
   int withoutAPD = 0;
-  for (const RowView row : rows) {
-    const auto number = [&](CableColumn column) {
-      return static_cast<std::uint32_t>(IntegerIn(row.Text(column)));
-    };
-    const auto feb = febs.find(number(kCableModule));
+  for (const Cable& cable : cables) {
+    const auto feb = febs.find(cable.module);
     if (feb == febs.end()) { continue; }
-    const HardwareLocation location{detector, number(kDiBlock), number(kDCM), number(kPort)};
+    const HardwareLocation location{detector, cable.diblock, cable.dcm, cable.port};
     const auto apd = apds.find(feb->first);
     if (apd == apds.end()) {
       LogDebug("RunHistory") << withoutAPD << " no APD found for " << feb->second.record << " installed at "
@@ -147,24 +165,25 @@ LocationMap RunHistory::PullFEBInfoFromDB(APDsByModule apds) {
     table->CloseConnection();
     return {};
   }
+  // Both are read while the server still sends them.
+  FEBReader reader;
   FEBsByModule febs;
-  {
-    Rows rows;
-    if (!PerformPGQueryAt(tStartText, InstalledFEBsStatement(tStartText), *table, rows, kFEBColumns)) {
-      incompleteParts.emplace_back("installed FEBs");
-    }
-    febs = ReadFEBs(rows);
+  if (PerformPGQueryAt(
+          tStartText, InstalledFEBsStatement(tStartText), *table,
+          [&reader](const RowView& row) { reader.Take(row); }, kFEBColumns)) {
+    febs = reader.TakeFEBs();
+  } else {
+    incompleteParts.emplace_back("installed FEBs");
   }
   LogDebug("RunHistory") << "there are " << febs.size() << " febs installed and put in the map and "
                          << apds.size() << " apds";
-  std::vector<CabledBoard> cabled;
-  {
-    Rows rows;
-    if (!PerformPGQuery(kCablesStatement, *table, rows, kCableColumns)) {
-      incompleteParts.emplace_back("cabling");
-    }
-    cabled = ReadCables(rows, detector, febs, apds);
+  std::vector<Cable> cables;
+  const auto take = [&cables](const RowView& row) { cables.push_back(CableOf(row)); };
+  if (!PerformPGQuery(kCablesStatement, *table, take, kCableColumns)) {
+    incompleteParts.emplace_back("cabling");
+    cables.clear();
   }
+  const std::vector<CabledBoard> cabled = FindBoards(cables, detector, febs, apds);
   LocationMap joined = JoinAtLocations(cabled);
   LogDebug("RunHistory") << "There are " << febs.size() << " febs in the db, and " << joined.size()
                          << " are connected to a harward location" << std::endl

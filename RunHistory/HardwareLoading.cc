@@ -2,6 +2,7 @@
 #include <array>
 #include <iostream>
 #include <optional>
+#include <vector>
 
 #include "RunHistory/ApplicationName.h"
 #include "RunHistory/ChannelLookup.h"
@@ -14,6 +15,7 @@
 #include "RunHistory/StatementTime.h"
 #include "database/LoadScope.h"
 #include "database/PlainText.h"
+#include "database/Result.h"
 #include "database/Timing.h"
 
 namespace brio::dbi {
@@ -106,17 +108,19 @@ bool Mark(std::vector<RunHistory::DiBlock>& diblocks, const InstalledModule& mod
   return false;
 }
 
-/// Asks for the hardware at a time. `rows` is nothing after a failure, which is reported and closes the
-/// connection.
-/// \return false when the statement could not be sent, about which nothing is said
-bool AskForHardware(const std::string& statement, const std::string& time, int columns, Table& table,
-                    std::optional<Rows>& rows) {
-  if (MayStandInStatement(time) && !table.ExecuteSQL(statement, rows, columns)) { return false; }
-  if (!rows) {
-    WriteLine(std::cerr, "Query failed: ", statement);
-    table.CloseConnection();
-  }
-  return true;
+/// What became of the statement that asks for the hardware.
+enum class Asked { NotSent, Failed, Answered };
+
+/// A failure is reported and closes the connection; of a statement that could not be sent nothing is said.
+/// \param execute  sends the statement: whether it was sent, and in its argument whether it was answered
+template <class Execute>
+Asked AskForHardware(const std::string& statement, const std::string& time, Table& table, Execute execute) {
+  bool isAnswered = false;
+  if (MayStandInStatement(time) && !execute(isAnswered)) { return Asked::NotSent; }
+  if (isAnswered) { return Asked::Answered; }
+  WriteLine(std::cerr, "Query failed: ", statement);
+  table.CloseConnection();
+  return Asked::Failed;
 }
 
 }  // namespace
@@ -147,9 +151,15 @@ bool RunHistory::LoadHardwareInfo() {
 }
 
 bool RunHistory::LoadNearHardware(Table& table) {
+  const std::string statement = NearStatement(tStartText);
   std::optional<Rows> rows;
-  if (!AskForHardware(NearStatement(tStartText), tStartText, kNearColumns, table, rows)) { return true; }
-  if (!rows) { return false; }
+  const Asked asked = AskForHardware(statement, tStartText, table, [&](bool& isAnswered) {
+    const bool wasSent = table.ExecuteSQL(statement, rows, kNearColumns);
+    isAnswered = rows.has_value();
+    return wasSent;
+  });
+  if (asked == Asked::NotSent) { return true; }
+  if (asked == Asked::Failed) { return false; }
   const ConversionTimer timer("installed hardware", rows->Count());
   OutsideRows outside("LoadHardwareInfo");
   for (const RowView row : *rows) {
@@ -162,22 +172,31 @@ bool RunHistory::LoadNearHardware(Table& table) {
   return true;
 }
 
+/// Reads the rows while the server still makes them, and uses them when all are there.
 bool RunHistory::LoadFarHardware(Table& table) {
   const std::string statement = FarStatement(tStartText);
-  std::optional<Rows> rows;
-  if (!AskForHardware(statement, tStartText, kFarColumns, table, rows)) {
+  std::vector<InstalledModule> modules;
+  const auto take = [&modules](const RowView& row) {
+    const auto number = [&row](int column) { return IntegerIn(row.Text(column)); };
+    modules.push_back({number(0), number(1), number(2), number(3), number(4), number(5)});
+  };
+  const Asked asked = AskForHardware(statement, tStartText, table, [&](bool& isAnswered) {
+    PGresult* result = nullptr;
+    const bool wasSent = table.ExecuteSQL(statement, take, result, kFarColumns);
+    const ResultHandle end(result);
+    isAnswered = PQresultStatus(end.get()) == PGRES_TUPLES_OK;
+    return wasSent;
+  });
+  if (asked == Asked::NotSent) {
     WriteLine(std::cerr, "SQL error, failed query: ", statement);
     table.CloseConnection();
     return false;
   }
-  if (!rows) { return false; }
-  const ConversionTimer timer("installed hardware", rows->Count());
+  if (asked == Asked::Failed) { return false; }
+  const ConversionTimer timer("installed hardware", static_cast<long>(modules.size()));
   OutsideRows outside("LoadHardwareInfo");
-  for (const RowView row : *rows) {
-    const auto number = [&](int column) { return IntegerIn(row.Text(column)); };
-    const int diblock = number(0);
-    if (useGoodDiBlockMask && !IsGoodDiBlock(diblock)) { continue; }
-    const InstalledModule module{diblock, number(1), number(2), number(3), number(4), number(5)};
+  for (const InstalledModule& module : modules) {
+    if (useGoodDiBlockMask && !IsGoodDiBlock(module.diblock)) { continue; }
     if (Mark(diBlocks, module, !IsNeverMarked(module), outside)) { ++nInstrumentedFEBs; }
   }
   outside.Report();

@@ -64,19 +64,15 @@ bool PerformPGQuery(const std::string& query, Table& table, Rows& rows, int colu
 
 std::optional<int> PerformPGQuery(const std::string& query, Table& table, const RowConsumer& take,
                                   int columns) {
-  int nRows = 0;
-  const RowConsumer takeAndCount = [&](const RowView& row) {
-    ++nRows;
-    take(row);
-  };
   const bool succeeded = Perform(query, table, [&](bool& hasRows) {
     PGresult* end = nullptr;
-    const bool wasSent = table.ExecuteSQL(query, takeAndCount, end, columns);
+    const bool wasSent = table.ExecuteSQL(query, take, end, columns);
     hasRows = IsRows(end);
     PQclear(end);
     return wasSent;
   });
   if (!succeeded) { return std::nullopt; }
+  const auto nRows = static_cast<int>(table.RowsGiven());
   ReportRows(nRows);
   return nRows;
 }

@@ -1,6 +1,7 @@
 #include "database/PostgreSQLSession.h"
 
 #include <algorithm>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -17,6 +18,12 @@ namespace {
 
 // Nothing depends on the end of a transaction that only read.
 constexpr std::chrono::seconds kLongestFarewell{5};
+
+// Rows come in messages of 8 kB. To be woken for each costs more than to read it, so where so many rows have
+// come that more are likely, what is there is taken without waiting, and a dry socket is left alone until
+// some have gathered.
+constexpr long kRowsBeforeRests = 10000;
+constexpr std::chrono::microseconds kRest{250};
 
 std::string Trimmed(std::string text) {
   while (!text.empty() && text.back() == '\n') {
@@ -202,14 +209,22 @@ void PostgreSQLSession::GiveRow(const PGresult* row, const RowConsumer& take, Da
 /// if so
 std::optional<std::string> PostgreSQLSession::WaitForData(const Patience& patience) {
   PGconn* connection = connection_.get();
+  bool hasRested = false;
   for (;;) {
-    const int unsent = PQflush(connection);
+    // Once rows come, all is sent.
+    const int unsent = given_.count > 0 ? 0 : PQflush(connection);
     if (unsent < 0 || (unsent == 0 && PQisBusy(connection) == 0)) { break; }
     DropNotifications(connection);
     patience.time.Resume();
     const auto now = DatabaseTime::Clock::now();
     // A server that always has something to say is never waited for, and still has its time.
     if (now >= patience.time.Deadline()) { return patience.time.Complaint(); }
+    if (given_.count > kRowsBeforeRests && !hasRested) {
+      if (PQconsumeInput(connection) == 0 || PQisBusy(connection) == 0) { break; }
+      std::this_thread::sleep_for(kRest);
+      hasRested = true;
+      continue;
+    }
     const auto silence = RemainingOf(patience.silence, now);
     const auto left = RemainingUntil(patience.time.Deadline(), now);
     const auto waitFor = unsent > 0 ? WaitFor::ReadOrWrite : WaitFor::Read;

@@ -217,6 +217,7 @@ Result Table::Timed(Run run) {
   const auto start = Clock::now();
   Result result = run(*session);
   const GivenRows given = session->LastGiven();
+  rowsGiven_ = given.count;
   if (timeQueries_) {
     LogInfo("BrioDatabase") << "query took " << Milliseconds(Clock::now() - start - given.taken) << " ms";
   }

@@ -108,6 +108,8 @@ public:
   /// The result has none. While it gives rows the connection takes no other statement (false, with an error
   /// logged), and the table must live on.
   bool ExecuteSQL(std::string statement, const RowConsumer& take, PGresult*& result, int columns = 0);
+  /// How many rows the last statement gave to its consumer.
+  long RowsGiven() const { return rowsGiven_; }
   /// The same for a reader who does not need libpq's form of the rows. `rows` is nothing when the statement
   /// failed, or is not one that returns rows.
   bool ExecuteSQL(std::string statement, std::optional<Rows>& rows, int columns = 0);
@@ -143,6 +145,7 @@ private:
   std::vector<Column> cells_;
   std::vector<Row> rows_;
   std::shared_ptr<Session> session_;
+  long rowsGiven_ = 0;
 };
 
 template <class T>

@@ -217,6 +217,7 @@ TEST_F(FilledCaches, TellWhatFillingThemTookWhenAsked) {
                                                       Converting("dataquality.gooddiblocksvsrun"),
                                                       Converting("daq.daqresourcesbyrun"),
                                                       HardwareQuery(),
+                                                      GivenRows(1),
                                                       Converting("installed hardware"),
                                                       masks,
                                                       Converting("enable masks"),
@@ -229,8 +230,9 @@ TEST_F(FilledCaches, TellWhatFillingThemTookWhenAsked) {
                                                       HardwareQuery(),
                                                       GivenRows(1),
                                                       HardwareQuery(),
-                                                      Converting("installed FEBs"),
+                                                      GivenRows(1),
                                                       HardwareQuery(),
+                                                      GivenRows(1),
                                                       Converting("cables"),
                                                       Query(kPOT),
                                                       Parsing(kPOT),
@@ -239,13 +241,14 @@ TEST_F(FilledCaches, TellWhatFillingThemTookWhenAsked) {
                                             {Query(kRuns), Query(kResources), Query(kMask), HardwareQuery(),
                                              masks, thresholds, settings, HardwareQuery(), HardwareQuery(),
                                              HardwareQuery(), HardwareQuery(), Query(kPOT)}));
-  EXPECT_THAT(TimesLogged(false, true),
-              ElementsAreArray<Matcher<std::string>>(
-                  {Parsing(kRuns), Converting("daq.runs"), Parsing(kResources), Parsing(kMask),
-                   Converting("dataquality.gooddiblocksvsrun"), Converting("daq.daqresourcesbyrun"),
-                   Converting("installed hardware"), Converting("enable masks"), Converting("thresholds"),
-                   Converting("APD settings"), GivenRows(32), GivenRows(1), Converting("installed FEBs"),
-                   Converting("cables"), Parsing(kPOT), Converting("beam.potbyrun")}));
+  EXPECT_THAT(
+      TimesLogged(false, true),
+      ElementsAreArray<Matcher<std::string>>(
+          {Parsing(kRuns), Converting("daq.runs"), Parsing(kResources), Parsing(kMask),
+           Converting("dataquality.gooddiblocksvsrun"), Converting("daq.daqresourcesbyrun"), GivenRows(1),
+           Converting("installed hardware"), Converting("enable masks"), Converting("thresholds"),
+           Converting("APD settings"), GivenRows(32), GivenRows(1), GivenRows(1), GivenRows(1),
+           Converting("cables"), Parsing(kPOT), Converting("beam.potbyrun")}));
   EXPECT_THAT(TimesLogged(false, false), IsEmpty());
 }
 
