@@ -56,6 +56,7 @@ void AddFields(RecordWriter& writer, const RunLine& line) {
   writer.Add("run", line.run);
   writer.Add("start", "start_status", Zoned(line.start));
   writer.Add("stop", "stop_status", Zoned(line.stop));
+  writer.Add("duration_s", "duration_status", line.duration);
   writer.Add("type", "type_status", line.type);
   writer.Add("partition", "partition_status", line.partition);
   writer.Add("configuration", "configuration_status", line.configuration);
