@@ -18,11 +18,25 @@ namespace {
 
 using brio::dbi::RowView;
 
-/// The rows of a selection; nothing when its statement failed, which is logged.
-std::optional<brio::dbi::Rows> Ask(const std::string& detector, const RunSelection& selection) {
+/// What became of the statement for a selection.
+struct Asked {
+  std::optional<brio::dbi::Rows> rows;  ///< nothing when it failed, which is logged
+  /// It failed for what it names, a table or a column that is not there or must not be read.
+  bool isAboutNames = false;
+};
+
+Asked Ask(const std::string& detector, const RunSelection& selection) {
+  Asked asked;
+  const auto statement = RunStatement(detector, selection);
   const auto session = brio::dbi::AcquireSession(detector, brio::dbi::DatabaseKind::Runs, 0);
-  if (!session) { return std::nullopt; }
-  return session->Ask(RunStatement(detector, selection)).rows;
+  if (!session) { return asked; }
+  auto result = session->Execute(statement);
+  if (PQresultStatus(result.get()) == PGRES_TUPLES_OK) {
+    asked.rows.emplace(std::move(result));
+  } else if (const char* state = PQresultErrorField(result.get(), PG_DIAG_SQLSTATE)) {
+    asked.isAboutNames = std::strncmp(state, "42", 2) == 0 || std::strcmp(state, "3F000") == 0;
+  }
+  return asked;
 }
 
 template <class Number>
@@ -111,15 +125,15 @@ std::optional<std::vector<RunLine>> ListIncompletely(const std::string& detector
                                                      const RunSelection& selection) {
   RunSelection part = selection;
   part.withResources = part.withPOT = false;
-  auto rows = Ask(detector, part);
+  auto rows = Ask(detector, part).rows;
   if (!rows) { return std::nullopt; }
   if (selection.withResources && selection.withPOT) {
     part.withResources = true;
-    auto more = Ask(detector, part);
+    auto more = Ask(detector, part).rows;
     if (!more) {
       part.withResources = false;
       part.withPOT = true;
-      more = Ask(detector, part);
+      more = Ask(detector, part).rows;
       part.withPOT = more.has_value();
     }
     if (more) { rows = std::move(more); }
@@ -138,9 +152,9 @@ std::optional<std::vector<RunLine>> ListIncompletely(const std::string& detector
 
 std::optional<std::vector<RunLine>> ListRuns(const std::string& detector, const RunSelection& selection) {
   const brio::dbi::LoadScope scope;
-  const auto rows = Ask(detector, selection);
-  if (rows) { return LinesOf(*rows, detector, selection); }
-  if (!selection.withResources && !selection.withPOT) { return std::nullopt; }
+  const Asked asked = Ask(detector, selection);
+  if (asked.rows) { return LinesOf(*asked.rows, detector, selection); }
+  if (!asked.isAboutNames || !(selection.withResources || selection.withPOT)) { return std::nullopt; }
   return ListIncompletely(detector, selection);
 }
 

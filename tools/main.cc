@@ -13,6 +13,7 @@ namespace {
 using namespace brio::tools;
 
 constexpr Verb kVerbs[] = {
+    {"list", "Which runs there are, one a line", PrepareList},
     {"show", "One screen on a run, or on each run of a range", PrepareShow},
     {"channel", "Where channels are, what is installed there and how it was set", PrepareChannel},
     {"map", "Draw a quantity over the whole detector", PrepareMap},

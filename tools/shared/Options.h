@@ -38,6 +38,9 @@ void RequireRun(CLI::App& command);
 /// The same for a verb that also answers for a range of runs.
 void RequireRuns(CLI::App& command);
 
+/// Lets --run, which may be left out, be a range of runs.
+void AllowRanges(CLI::App& command);
+
 /// A check of --run that refuses a range.
 std::string CheckSingleRun(const std::string& text);
 

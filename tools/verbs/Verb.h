@@ -32,6 +32,8 @@ struct Verb {
 
 /// `runhistory dump`: the readable dump of a run, as RunHistory::Dump prints it.
 Action PrepareDump(CLI::App& command, const Options& options);
+/// `runhistory list`: which runs there are, one a line.
+Action PrepareList(CLI::App& command, const Options& options);
 /// `runhistory show`: one screen on a run.
 Action PrepareShow(CLI::App& command, const Options& options);
 /// `runhistory channel CHANNEL…`: where channels are, what is installed there and how it was set.
