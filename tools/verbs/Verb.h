@@ -40,6 +40,8 @@ Action PrepareShow(CLI::App& command, const Options& options);
 Action PrepareChannel(CLI::App& command, const Options& options);
 /// `runhistory map QUANTITY`: a quantity over the whole detector, as text, picture or table.
 Action PrepareMap(CLI::App& command, const Options& options);
+/// `runhistory export boards|channels`: everything that is known of each, as CSV, JSON or an SQLite database.
+Action PrepareExport(CLI::App& command, const Options& options);
 /// `runhistory diff RUN_A RUN_B`: what changed between two runs.
 Action PrepareDiff(CLI::App& command, const Options& options);
 /// `runhistory mask`: the good-diblock mask, the analysis mask and what the rule does.
