@@ -41,6 +41,9 @@ void RequireRuns(CLI::App& command);
 /// Lets --run, which may be left out, be a range of runs.
 void AllowRanges(CLI::App& command);
 
+/// Refuses the options of masks for a verb to whose answer they would make no difference, with the reason.
+void RefuseMasks(CLI::App& command, const std::string& why);
+
 /// A check of --run that refuses a range.
 std::string CheckSingleRun(const std::string& text);
 
