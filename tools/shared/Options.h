@@ -18,6 +18,7 @@ struct Options {
   RunRange runs;
   bool json = false;
   bool verbose = false;
+  bool quiet = false;
   bool noColor = false;
   bool useMask = false;
   std::optional<int> customMask;
@@ -29,6 +30,9 @@ struct Options {
 /// Adds the shared options to a verb's command line.
 void AddSharedOptions(CLI::App& command, Options& options);
 
+/// Lets a verb take the run without "--run" too, behind the arguments that it has already.
+void TakeRunAsArgument(CLI::App& command);
+
 /// Makes --detector obligatory for a verb.
 void RequireDetector(CLI::App& command);
 
@@ -38,13 +42,19 @@ void RequireRun(CLI::App& command);
 /// The same for a verb that also answers for a range of runs.
 void RequireRuns(CLI::App& command);
 
+/// Lets --run, which may be left out, be a range of runs.
+void AllowRanges(CLI::App& command);
+
+/// Refuses the options of masks for a verb to whose answer they would make no difference, with the reason.
+void RefuseMasks(CLI::App& command, const std::string& why);
+
 /// A check of --run that refuses a range.
 std::string CheckSingleRun(const std::string& text);
 
 /// Whether the answer is coloured: on a terminal, unless --no-color or NO_COLOR says otherwise.
 bool UsesColor(const Options& options);
 
-/// What holds for the whole process: --database and --verbose. Call before the first RunHistory.
+/// What holds for the whole process: --database, --verbose and --quiet. Call before the first RunHistory.
 void ApplyToProcess(const Options& options);
 
 /// Hands the masks, the retries and --verbose on to a run record. A later change of its run or detector drops

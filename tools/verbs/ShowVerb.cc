@@ -6,7 +6,9 @@
 #include "database/LoadScope.h"
 #include "tools/shared/Loading.h"
 #include "tools/shared/Mask.h"
+#include "tools/shared/POT.h"
 #include "tools/shared/RunByRun.h"
+#include "tools/shared/TerminalText.h"
 
 namespace brio::tools {
 namespace {
@@ -24,19 +26,24 @@ public:
   Screen(std::ostream& text, Json& object) : text_(text), object_(object) {}
 
   void Add(const std::string& label, const char* key, const Json& value, const std::string& shown) {
-    text_ << "  " << label << std::string(16 - label.size(), ' ') << shown << '\n';
+    text_ << "  " << label << std::string(16 - label.size(), ' ') << Visible(shown) << '\n';
     object_[key] = value;
   }
   /// A number that stands in the line before, in JSON.
   void AddNumber(const char* key, int value) { object_[key] = value; }
   void AddUnknown(const std::string& label, const char* key, const std::string& reason) {
-    Add(label, key, nullptr, reason == kNotRecorded ? reason : "not known: " + reason);
+    const bool isNew = reasons_.insert(reason).second;
+    Add(label, key, nullptr,
+        reason == kNotRecorded ? reason
+        : isNew                ? "not known: " + reason
+                               : "not known, as above");
     object_["not_known"][key] = reason;
   }
 
 private:
   std::ostream& text_;
   Json& object_;
+  std::set<std::string> reasons_;
 };
 
 void AddTimes(RunHistory& history, Screen& screen) {
@@ -188,11 +195,11 @@ bool AddExposure(RunHistory& history, Screen& screen) {
   } else {
     screen.AddUnknown("good diblocks", "good_diblock_mask", stored.outcome.reason);
   }
-  const auto pot = Attempt([&] { return history.LoadPOT(); });
-  if (pot.ok && !history.IsMC()) {
-    screen.Add("POT", "pot", ShortestValue(history.GetTotalPOT()), Shortest(history.GetTotalPOT()));
+  const auto pot = LoadStoredPOT(history.GetRunNumber(), history.GetDetectorName());
+  if (pot.outcome.ok) {
+    screen.Add("POT", "pot", ShortestValue(pot.pot), Shortest(pot.pot));
   } else {
-    screen.AddUnknown("POT", "pot", history.IsMC() ? "a simulated run has none" : pot.reason);
+    screen.AddUnknown("POT", "pot", pot.outcome.reason);
   }
   std::vector<DQSubrunInfo> records;
   const auto quality = Attempt([&] {
@@ -204,16 +211,13 @@ bool AddExposure(RunHistory& history, Screen& screen) {
   } else {
     screen.AddUnknown("data quality", "data_quality", quality.IsClean() ? "no records" : quality.reason);
   }
-  return !stored.outcome.databaseComplained && !pot.databaseComplained && !quality.databaseComplained;
+  return !stored.outcome.databaseComplained && !pot.outcome.databaseComplained && !quality.databaseComplained;
 }
 
-bool AnswerShow(RunHistory& history, std::ostream& text, Json& object) {
+std::string AnswerShow(RunHistory& history, std::ostream& text, Json& object) {
   const brio::dbi::LoadScope oneSnapshot;
   const LoadedParts parts = LoadParts(history, Depth::Configuration);
-  if (parts.isMissing) {
-    SayUnavailable(history, parts.run.reason);
-    return false;
-  }
+  if (parts.isMissing) { return parts.run.reason; }
   text << "Run " << history.GetRunNumber() << " of " << history.GetDetectorName() << '\n';
   Screen screen(text, object);
   if (parts.run.ok) {
@@ -224,18 +228,15 @@ bool AnswerShow(RunHistory& history, std::ostream& text, Json& object) {
   }
   const bool couldRead = AddExposure(history, screen);
   const Outcome& deepest = parts.UpTo(Depth::Configuration);
-  if (!deepest.ok) {
-    SayUnavailable(history, deepest.reason);
-  } else if (!couldRead) {
-    SayUnavailable(history, "not everything could be read");
-  }
-  return deepest.ok && couldRead;
+  if (!deepest.ok) { return deepest.reason; }
+  return couldRead ? "" : "not everything could be read";
 }
 
 }  // namespace
 
 Action PrepareShow(CLI::App& command, const Options& options) {
   RequireRuns(command);
+  TakeRunAsArgument(command);
   return [&options] { return AnswerRunByRun(options, AnswerShow); };
 }
 
