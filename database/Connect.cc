@@ -63,7 +63,8 @@ std::string AdviceAfter(const ConnectionFailure& failure) {
 
 }  // namespace
 
-ConnectionHandle Connect(const std::string& connectionString, int retries, Clock::time_point deadline) {
+ConnectionHandle Connect(const std::string& connectionString, int retries, Clock::time_point deadline,
+                         std::string* reason) {
   if (!CanBeUsed(connectionString)) { return nullptr; }
   ConnectionFailure failure;
   failure.reason = "no time is left to connect";
@@ -82,7 +83,9 @@ ConnectionHandle Connect(const std::string& connectionString, int retries, Clock
       if (!failure.canPass) { break; }
     }
   }
-  LogError("BrioDatabase") << failure.reason << AdviceAfter(failure);
+  const std::string complaint = failure.reason + AdviceAfter(failure);
+  LogError("BrioDatabase") << complaint;
+  if (reason != nullptr) { *reason = complaint; }
   return nullptr;
 }
 

@@ -1,6 +1,7 @@
 #include "database/LoadScope.h"
 
 #include <chrono>
+#include <iterator>
 #include <map>
 #include <utility>
 
@@ -17,9 +18,22 @@ struct ThreadLoad {
   bool timesParsing = false;
   std::chrono::steady_clock::duration timeSpent{0};
   std::map<std::string, std::shared_ptr<Session>> sessions;
+  std::map<std::string, std::string> failures;
+  bool keepsSessions = false;
+  int leastRetries = 0;
 };
 
 thread_local ThreadLoad load;
+
+/// Commits, and keeps what can be used again.
+void RestSessions() {
+  for (auto session = load.sessions.begin(); session != load.sessions.end();) {
+    session->second->Rest();
+    session = session->second->IsUsable() ? std::next(session) : load.sessions.erase(session);
+  }
+  load.failures.clear();
+  load.wasInterrupted = false;
+}
 
 }  // namespace
 
@@ -34,7 +48,12 @@ LoadScope::LoadScope(bool timeQueries, bool timeParsing)
 LoadScope::~LoadScope() {
   load.timesQueries = timedQueriesBefore_;
   load.timesParsing = timedParsingBefore_;
-  if (--load.depth == 0) { LeaveConnections(); }
+  if (--load.depth > 0) { return; }
+  if (load.keepsSessions) {
+    RestSessions();
+  } else {
+    LeaveConnections();
+  }
 }
 
 void LoadScope::LeaveConnections() {
@@ -42,6 +61,7 @@ void LoadScope::LeaveConnections() {
   for (auto& [connectionString, session] : std::exchange(load.sessions, {})) {
     session->Close();
   }
+  load.failures.clear();
   load.wasInterrupted = false;
 }
 
@@ -61,6 +81,22 @@ std::shared_ptr<Session> Find(const std::string& connectionString) {
 void Share(const std::string& connectionString, const std::shared_ptr<Session>& session) {
   session->ReadOneState();
   load.sessions[connectionString] = session;
+}
+
+void KeepSessions(bool keep, int retries) {
+  load.keepsSessions = keep;
+  load.leastRetries = retries;
+}
+
+int LeastRetries() { return load.leastRetries; }
+
+std::string Failure(const std::string& connectionString) {
+  const auto found = load.failures.find(connectionString);
+  return found != load.failures.end() ? found->second : std::string();
+}
+
+void NoteFailure(const std::string& connectionString, const std::string& reason) {
+  if (load.keepsSessions && IsActive()) { load.failures[connectionString] = reason; }
 }
 
 void NoteInterruption() { load.wasInterrupted = IsActive(); }

@@ -17,6 +17,14 @@ bool IsActive();
 std::shared_ptr<Session> Find(const std::string& connectionString);
 /// Makes a new session the load's own: from now on it is shared, and closed when the load ends.
 void Share(const std::string& connectionString, const std::shared_ptr<Session>& session);
+/// Whether loads of the calling thread leave their connections to the next one (KeptConnections), and how
+/// often these are tried for at least.
+void KeepSessions(bool keep, int retries = 0);
+int LeastRetries();
+/// Why the load under way has no session with a connection string; empty when it may be tried for.
+std::string Failure(const std::string& connectionString);
+/// Remembers that until the load ends or leaves its connections, where sessions are kept.
+void NoteFailure(const std::string& connectionString, const std::string& reason);
 /// Remembers for LoadScope::WasInterrupted that a statement failed for a reason that can pass.
 void NoteInterruption();
 /// What the load has spent at its databases so far.

@@ -120,6 +120,17 @@ ResultHandle PostgreSQLSession::Send(const Statement& statement, const RowConsum
   return result;
 }
 
+void PostgreSQLSession::Rest() noexcept {
+  if (!isGivingRows_) {
+    try {
+      if (readsOneState_) { Commit(); }
+    } catch (...) {  // NOLINT(bugprone-empty-catch): then its transaction is still open
+    }
+    if (IsUsable() && PQtransactionStatus(connection_.get()) == PQTRANS_IDLE) { return; }
+  }
+  Close();
+}
+
 void PostgreSQLSession::Close() noexcept {
   if (isGivingRows_) {  // the statement that does so ends first
     isToClose_ = true;

@@ -31,6 +31,7 @@ public:
   GivenRows LastGiven() const override { return given_; }
   bool IsUsable() const override;
   void ReadOneState() override { readsOneState_ = true; }
+  void Rest() noexcept override;
   void Close() noexcept override;
 
 private:

@@ -52,6 +52,9 @@ public:
   virtual bool IsUsable() const = 0;
   /// From now on statements read one consistent state of the source, which nothing can write to.
   virtual void ReadOneState() = 0;
+  /// Ends the state that was read. The session can be used again, and then reads another state, unless it
+  /// was closed: a source that cannot do better is.
+  virtual void Rest() noexcept { Close(); }
   /// Ends what is open; harmless when nothing is.
   virtual void Close() noexcept = 0;
 };

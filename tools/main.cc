@@ -4,6 +4,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "database/KeptConnections.h"
 #include "tools/shared/Console.h"
 #include "tools/shared/StandardStreams.h"
 #include "tools/verbs/Verb.h"
@@ -65,6 +66,7 @@ int Run(int argc, char** argv) {
   }
 
   ApplyToProcess(options);
+  const brio::dbi::KeptConnections connections(options.retries);
   return Written(action());
 }
 

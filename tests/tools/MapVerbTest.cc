@@ -331,9 +331,9 @@ TEST(LongWork, ShowsProgressOnATerminalOnly) {
   const auto arguments = OnDatabases(databases.Template(), "Birch", {"pot", "--run", "13000"});
   const auto shown = RunHistoryCommandOnTerminal(arguments);
   EXPECT_EQ(shown.status, 0);
-  EXPECT_THAT(shown.output, HasSubstr("\r\033[Krunhistory: loading run 13000 of Birch … 1 s"));
+  EXPECT_THAT(shown.output, HasSubstr("\r\033[Krunhistory: listing runs of Birch … 1 s"));
   EXPECT_THAT(shown.output, HasSubstr("\r\033[K13000  2.3e+17"));
-  EXPECT_THAT(RunHistoryCommand(arguments).error, Not(HasSubstr("loading run")));
+  EXPECT_THAT(RunHistoryCommand(arguments).error, Not(HasSubstr("listing")));
 }
 
 }  // namespace

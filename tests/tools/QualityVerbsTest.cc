@@ -106,7 +106,7 @@ TEST(POTVerb, AgreesWithTheLibrary) {
 
 TEST(POTVerb, SaysWhyThereIsNone) {
   const std::vector<std::pair<std::string, std::string>> cases{
-      {"13008", "run 13008 of Birch: RunHistory::LoadPOT(): No POT info found for run 13008\n"},
+      {"13008", "run 13008 of Birch: no POT is recorded\n"},
       {"5", "run 5 of Birch: a simulated run has no POT\n"},
       {"14999", "run 14999 of Birch: there is no such run\n"}};
   for (const auto& [run, reason] : cases) {

@@ -61,7 +61,7 @@ TEST(ShowVerb, SaysLineByLineWhatWasNotRecorded) {
   const auto result = OnSmall("Birch", {"show", "--run", "13008"});
   EXPECT_EQ(result.status, 0);
   EXPECT_THAT(result.output, HasSubstr("\n  good diblocks   not known: No mask found in DB!\n"));
-  EXPECT_THAT(result.output, HasSubstr("\n  POT             not known: RunHistory::LoadPOT(): No POT info"));
+  EXPECT_THAT(result.output, HasSubstr("\n  POT             not known: no POT is recorded\n"));
   EXPECT_THAT(result.output, HasSubstr("\n  data quality    not known: no records\n"));
   const auto withoutStop = JsonOnSmall("Birch", {"show", "--run", "13004"});
   EXPECT_EQ(withoutStop["stop"], nullptr);
@@ -102,7 +102,7 @@ TEST(ShowVerb, OfASimulatedRunShowsThePerfectDetector) {
   EXPECT_EQ(shown["dcms"], 168);
   EXPECT_EQ(shown["boards_installed"], 10752);
   EXPECT_EQ(shown["boards_enabled"], nullptr);
-  EXPECT_EQ(shown["not_known"]["pot"], "a simulated run has none");
+  EXPECT_EQ(shown["not_known"]["pot"], "a simulated run has no POT");
 }
 
 TEST(ShowVerb, LeavesOutWhatTheMaskLeavesOut) {
@@ -163,14 +163,14 @@ TEST(RangeOfRuns, IsAnArrayInJson) {
 }
 
 TEST(RangeOfRuns, ReportsMissingRunsAndGoesOn) {
-  const auto result = OnSmall("Birch", {"pot", "--run", "13007-13009"});
+  const auto result = OnSmall("Birch", {"pot", "--run", "13007-13010"});
   EXPECT_EQ(result.status, 0);
-  EXPECT_EQ(result.output, "13007  2.3875e+17\n13009  0\n");
-  EXPECT_THAT(result.error, HasSubstr("runhistory: run 13008 of Birch: RunHistory::LoadPOT(): No POT info"));
+  EXPECT_EQ(result.output, "13007  2.3875e+17\n13010  2.425e+17\n");
+  EXPECT_THAT(result.error, HasSubstr("runhistory: run 13008 of Birch: no POT is recorded\n"));
   const auto none = OnSmall("Birch", {"pot", "--run", "14990-14992"});
   EXPECT_EQ(none.status, 1);
   EXPECT_THAT(none.output, IsEmpty());
-  EXPECT_THAT(none.error, HasSubstr("runhistory: run 14992 of Birch: there is no such run\n"));
+  EXPECT_THAT(none.error, HasSubstr("runhistory: the runs table of Birch does not have 14990-14992\n"));
 }
 
 TEST(RangeOfRuns, WithoutAnEndGoesToTheLastRunOfTheTable) {
@@ -183,7 +183,7 @@ TEST(RangeOfRuns, WithoutAnEndGoesToTheLastRunOfTheTable) {
   const auto dead =
       RunHistoryCommand({"pot", "--detector", "Birch", "--run", "13041-", "--database", "host=/nonexistent"});
   EXPECT_EQ(dead.status, 1);
-  EXPECT_THAT(dead.error, HasSubstr("runhistory: the last run of Birch cannot be told: connection"));
+  EXPECT_THAT(dead.error, HasSubstr("runhistory: the runs of Birch cannot be listed: connection"));
 }
 
 }  // namespace

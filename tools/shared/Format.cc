@@ -4,11 +4,21 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <sstream>
 
 namespace brio::tools {
 
 std::string JsonText(const Json& value, int indent) {
   return value.dump(indent, ' ', false, Json::error_handler_t::replace);
+}
+
+std::string OneLine(const std::string& text) {
+  std::istringstream words(text);
+  std::string line;
+  for (std::string word; words >> word;) {
+    line += (line.empty() ? "" : " ") + word;
+  }
+  return line;
 }
 
 std::string Fixed(double value, int digits) {

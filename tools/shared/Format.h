@@ -15,6 +15,9 @@ using Json = nlohmann::ordered_json;
 /// be UTF-8: bytes that are not become U+FFFD.
 std::string JsonText(const Json& value, int indent = 2);
 
+/// Line ends and tabs become blanks, several of them one.
+std::string OneLine(const std::string& text);
+
 /// A number with so many digits behind the point.
 std::string Fixed(double value, int digits);
 

@@ -1,25 +1,11 @@
 #include "tools/shared/Loading.h"
 
-#include <sstream>
-
 #include "framework/exception.h"
 #include "tools/shared/Console.h"
+#include "tools/shared/Format.h"
 #include "tools/shared/Progress.h"
 
 namespace brio::tools {
-namespace {
-
-/// Line ends and tabs become blanks, several of them one.
-std::string OneLine(const std::string& text) {
-  std::istringstream words(text);
-  std::string line;
-  for (std::string word; words >> word;) {
-    line += (line.empty() ? "" : " ") + word;
-  }
-  return line;
-}
-
-}  // namespace
 
 Outcome Attempt(const std::function<bool()>& load) {
   const auto complaints = console::Complaints();

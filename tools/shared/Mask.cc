@@ -2,18 +2,17 @@
 
 #include "database/LoadScope.h"
 #include "database/Table.h"
+#include "tools/shared/RunRange.h"
 
 namespace brio::tools {
 
 StoredMask LoadStoredMask(int run, const std::string& detector) {
-  constexpr int kFirstRun = 10000;
-  constexpr int kLastRun = 999999;
   StoredMask stored;
   if (briodaq::cnv::DetInfo::GetId(detector) == briodaq::cnv::Alder) {
     stored.outcome.reason = "the near detector has no mask";
     return stored;
   }
-  if (run < kFirstRun || run > kLastRun) {
+  if (IsSimulated(run)) {
     stored.outcome.reason = "a simulated run has no mask";
     return stored;
   }

@@ -92,6 +92,12 @@ void RequireRuns(CLI::App& command) {
   run->description(run->get_description() + "; N-M for a range, both ends included; N- for all from N on");
 }
 
+void RefuseMasks(CLI::App& command, const std::string& why) {
+  for (const auto* name : {"--use-mask", "--custom-mask", "--analysis-mask"}) {
+    command.get_option(name)->check([why](const std::string&) { return why; });
+  }
+}
+
 bool UsesColor(const Options& options) {
   if (options.noColor || !console::IsTerminal(STDOUT_FILENO)) { return false; }
   const char* variable = std::getenv("NO_COLOR");

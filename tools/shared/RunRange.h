@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "RunHistory/RunHistory.h"
+#include "arrays/Runs.h"
 
 namespace brio::tools {
 
@@ -20,6 +20,21 @@ struct RunRange {
 
 /// Nothing for a text that is no run and no range of runs.
 std::optional<RunRange> ParseRunRange(const std::string& text);
+
+/// Numbers outside 10000 to 999999 are simulated runs, of which no table knows.
+bool IsSimulated(int run);
+/// A closed range that has simulated runs only.
+bool IsSimulated(const RunRange& range);
+
+/// The lines that the runs table of a detector has for a run or a range, in ascending order, each run once.
+/// \param selection  what else is asked for; its numbers are set here
+/// \throws std::runtime_error with the reason when the table cannot be read
+std::vector<arrays::RunLine> RunsOf(const std::string& detector, const RunRange& range,
+                                    arrays::RunSelection selection = {});
+
+/// The numbers of a range, between 10000 and 999999, for which there is no line: "13041-13050, 13060". Of
+/// many gaps the first few, and how many there are. Empty without any, and for an open range.
+std::string MissingFrom(const RunRange& range, const std::vector<arrays::RunLine>& lines);
 
 /// What LastRun throws for a runs table that has no run.
 struct NoRuns : std::runtime_error {

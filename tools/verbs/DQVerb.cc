@@ -28,28 +28,27 @@ Json JsonOf(const std::vector<brio::dbi::DQSubrunInfo>& records) {
   return list;
 }
 
-bool AnswerDQ(brio::dbi::RunHistory& history, std::ostream& text, Json& object) {
+std::string AnswerDQ(brio::dbi::RunHistory& history, std::ostream& text, Json& object) {
   std::vector<brio::dbi::DQSubrunInfo> records;
   const Outcome loaded = Attempt([&] {
     records = history.GetDQSubrunInfo();
     return true;
   });
-  if (!loaded.IsClean() || records.empty()) {
-    SayUnavailable(history, loaded.IsClean() ? "it has no data-quality records" : loaded.reason);
-    return false;
-  }
+  if (!loaded.IsClean()) { return loaded.reason; }
+  if (records.empty()) { return "it has no data-quality records"; }
   object["version"] = records.front().version;
   object["subruns"] = JsonOf(records);
   text << "Run " << history.GetRunNumber() << " of " << history.GetDetectorName()
        << ": data-quality records, version " << records.front().version << '\n'
        << TableOf(records);
-  return true;
+  return {};
 }
 
 }  // namespace
 
 Action PrepareDQ(CLI::App& command, const Options& options) {
   RequireRuns(command);
+  RefuseMasks(command, "the data-quality records of a run are those of all its diblocks, whatever the mask");
   return [&options] { return AnswerRunByRun(options, AnswerDQ); };
 }
 

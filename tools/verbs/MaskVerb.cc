@@ -43,7 +43,7 @@ void AddAnalysis(int mask, const RunHistory& history, std::ostream& text, Json& 
   }
 }
 
-bool AnswerMask(const Options& options, RunHistory& history, std::ostream& text, Json& object) {
+std::string AnswerMask(const Options& options, RunHistory& history, std::ostream& text, Json& object) {
   StoredMask source;
   const char* origin = "database";
   const bool isFar = history.GetDetectorId() == briodaq::cnv::Birch;
@@ -54,17 +54,14 @@ bool AnswerMask(const Options& options, RunHistory& history, std::ostream& text,
   } else {
     source = LoadStoredMask(history.GetRunNumber(), history.GetDetectorName());
   }
-  if (!source.outcome.ok) {
-    SayUnavailable(history, source.outcome.reason);
-    return false;
-  }
+  if (!source.outcome.ok) { return source.outcome.reason; }
   object[origin] = JsonOf(history, source.mask);
   text << "Run " << history.GetRunNumber() << " of " << history.GetDetectorName() << ": good diblocks\n"
        << "  diblock   00000000011111\n"
        << "            12345678901234\n"
        << Line(origin, history, source.mask);
   if (isFar) { AddAnalysis(source.mask, history, text, object); }
-  return true;
+  return {};
 }
 
 }  // namespace

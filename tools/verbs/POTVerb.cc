@@ -1,37 +1,27 @@
 #include <ostream>
 
-#include "tools/shared/Loading.h"
+#include "tools/shared/Console.h"
+#include "tools/shared/POT.h"
 #include "tools/shared/RunByRun.h"
 
 namespace brio::tools {
-namespace {
-
-bool AnswerPOT(brio::dbi::RunHistory& history, std::ostream& text, Json& object) {
-  // A simulated run has none, which only the run itself tells.
-  const LoadedParts parts = LoadParts(history, Depth::Run);
-  if (!parts.run.ok) {
-    SayUnavailable(history, parts.run.reason);
-    return false;
-  }
-  if (history.IsMC()) {
-    SayUnavailable(history, "a simulated run has no POT");
-    return false;
-  }
-  const Outcome pot = Attempt([&] { return history.LoadPOT(); });
-  if (!pot.ok) {
-    SayUnavailable(history, pot.reason);
-    return false;
-  }
-  object["pot"] = ShortestValue(history.GetTotalPOT());
-  text << history.GetRunNumber() << "  " << Shortest(history.GetTotalPOT()) << '\n';
-  return true;
-}
-
-}  // namespace
 
 Action PreparePOT(CLI::App& command, const Options& options) {
   RequireRuns(command);
-  return [&options] { return AnswerRunByRun(options, AnswerPOT); };
+  RefuseMasks(command, "the protons on target of a run are those of the whole run, whatever the mask");
+  return [&options] {
+    arrays::RunSelection selection;
+    selection.withPOT = true;
+    const auto complaints = console::Complaints();
+    return AnswerLineByLine(options, selection,
+                            [&](const arrays::RunLine& line, std::ostream& text, Json& object) {
+                              const auto stored = POTOf(line, OneLine(console::ComplaintSince(complaints)));
+                              if (!stored.outcome.ok) { return stored.outcome.reason; }
+                              object["pot"] = ShortestValue(stored.pot);
+                              text << line.run << "  " << Shortest(stored.pot) << '\n';
+                              return std::string();
+                            });
+  };
 }
 
 }  // namespace brio::tools

@@ -6,6 +6,7 @@
 #include "database/LoadScope.h"
 #include "tools/shared/Format.h"
 #include "tools/shared/Mask.h"
+#include "tools/shared/POT.h"
 
 namespace brio::tools {
 namespace {
@@ -127,10 +128,9 @@ std::string MaskOf(const brio::dbi::RunHistory& history) {
   return stored.outcome.ok ? history.DiBlockMaskToString(stored.mask) : "not known: " + stored.outcome.reason;
 }
 
-std::string POTOf(brio::dbi::RunHistory& history) {
-  if (history.IsMC()) { return "a simulated run has none"; }
-  const auto loaded = Attempt([&] { return history.LoadPOT(); });
-  return loaded.ok ? Shortest(history.GetTotalPOT()) : "not known: " + loaded.reason;
+std::string POTOf(const brio::dbi::RunHistory& history) {
+  const auto stored = LoadStoredPOT(history.GetRunNumber(), history.GetDetectorName());
+  return stored.outcome.ok ? Shortest(stored.pot) : "not known: " + stored.outcome.reason;
 }
 
 std::string QualityOf(brio::dbi::RunHistory& history) {

@@ -6,6 +6,7 @@
 #include "database/LoadScope.h"
 #include "tools/shared/Loading.h"
 #include "tools/shared/Mask.h"
+#include "tools/shared/POT.h"
 #include "tools/shared/RunByRun.h"
 
 namespace brio::tools {
@@ -188,11 +189,11 @@ bool AddExposure(RunHistory& history, Screen& screen) {
   } else {
     screen.AddUnknown("good diblocks", "good_diblock_mask", stored.outcome.reason);
   }
-  const auto pot = Attempt([&] { return history.LoadPOT(); });
-  if (pot.ok && !history.IsMC()) {
-    screen.Add("POT", "pot", ShortestValue(history.GetTotalPOT()), Shortest(history.GetTotalPOT()));
+  const auto pot = LoadStoredPOT(history.GetRunNumber(), history.GetDetectorName());
+  if (pot.outcome.ok) {
+    screen.Add("POT", "pot", ShortestValue(pot.pot), Shortest(pot.pot));
   } else {
-    screen.AddUnknown("POT", "pot", history.IsMC() ? "a simulated run has none" : pot.reason);
+    screen.AddUnknown("POT", "pot", pot.outcome.reason);
   }
   std::vector<DQSubrunInfo> records;
   const auto quality = Attempt([&] {
@@ -204,16 +205,13 @@ bool AddExposure(RunHistory& history, Screen& screen) {
   } else {
     screen.AddUnknown("data quality", "data_quality", quality.IsClean() ? "no records" : quality.reason);
   }
-  return !stored.outcome.databaseComplained && !pot.databaseComplained && !quality.databaseComplained;
+  return !stored.outcome.databaseComplained && !pot.outcome.databaseComplained && !quality.databaseComplained;
 }
 
-bool AnswerShow(RunHistory& history, std::ostream& text, Json& object) {
+std::string AnswerShow(RunHistory& history, std::ostream& text, Json& object) {
   const brio::dbi::LoadScope oneSnapshot;
   const LoadedParts parts = LoadParts(history, Depth::Configuration);
-  if (parts.isMissing) {
-    SayUnavailable(history, parts.run.reason);
-    return false;
-  }
+  if (parts.isMissing) { return parts.run.reason; }
   text << "Run " << history.GetRunNumber() << " of " << history.GetDetectorName() << '\n';
   Screen screen(text, object);
   if (parts.run.ok) {
@@ -224,12 +222,8 @@ bool AnswerShow(RunHistory& history, std::ostream& text, Json& object) {
   }
   const bool couldRead = AddExposure(history, screen);
   const Outcome& deepest = parts.UpTo(Depth::Configuration);
-  if (!deepest.ok) {
-    SayUnavailable(history, deepest.reason);
-  } else if (!couldRead) {
-    SayUnavailable(history, "not everything could be read");
-  }
-  return deepest.ok && couldRead;
+  if (!deepest.ok) { return deepest.reason; }
+  return couldRead ? "" : "not everything could be read";
 }
 
 }  // namespace
