@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -16,26 +15,36 @@ struct RunLine {
   int run = 0;
   Value<std::string> start;  ///< "2014-06-10 03:00:00", UTC
   Value<std::string> stop;
+  /// Seconds from start to stop; Status::NotRecorded also where one of them is no time, or the stop is the
+  /// earlier one.
+  Value<long long> duration;
   Value<std::string> type;
   Value<int> partition;
   Value<long long> configuration;
   Value<int> subruns;
   /// Diblocks and DCMs in the resources table, masked ones included; Status::NotInRun for a run that has no
-  /// resources, Status::RunNotLoaded when nobody asked or they could not be read.
+  /// resources, Status::NotAsked when nobody asked, or for too many runs, Status::RunNotLoaded when they
+  /// could not be read.
   Value<int> diblocks;
   Value<int> dcms;
-  /// Protons on target, as stored; Status::RunNotLoaded when nobody asked or they could not be read.
+  /// Protons on target, as stored; Status::NotAsked when nobody asked, Status::RunNotLoaded when they could
+  /// not be read.
   Value<float> pot;
 };
 
-/// A comparison of a column of the runs table with a value, which PostgreSQL reads as the column's type.
+/// A comparison of a column of the runs table with a value, which PostgreSQL reads as the column's type; a
+/// time without a zone is UTC.
 struct RunCondition {
   std::string column;
   std::string comparison;  ///< one of = != < <= > >=
   std::string value;
 };
 
-/// Which runs; what is not set selects nothing. Times are texts that PostgreSQL reads as UTC.
+/// "nsubruns >= 20", blanks or none around the comparison. \throws std::invalid_argument for another text
+RunCondition ConditionIn(const std::string& text);
+
+/// Which runs; what is not set selects nothing. Times are texts that PostgreSQL reads; without a zone they
+/// are UTC.
 struct RunSelection {
   std::optional<int> first;          ///< the lowest number
   std::optional<int> last;           ///< the highest number
@@ -46,17 +55,17 @@ struct RunSelection {
   std::optional<int> partition;
   std::optional<long long> configuration;
   std::vector<RunCondition> where;
-  std::size_t newest = 0;      ///< at most so many, those with the highest numbers; 0 for all
-  bool withResources = false;  ///< count diblocks and DCMs
-  bool withPOT = false;        ///< read the protons on target
+  std::size_t newest = 0;             ///< at most so many, those with the highest numbers; 0 for all
+  bool withResources = false;         ///< count diblocks and DCMs,
+  std::size_t mostWithResources = 0;  ///< if there are no more runs than this; 0 for any number
+  bool withPOT = false;               ///< read the protons on target
 };
 
-/// The runs of a detector in ascending order of their numbers, in one statement; one more each for resources
-/// and protons on target. \return nothing, with the reason logged at error severity, when the runs table
-/// cannot be read; that includes a value that is none of its column's type
-/// \throws std::invalid_argument for a column or a comparison that there is not, cet::exception
-/// "BrioDatabase"
-///   for a missing or broken definition file
+/// The runs of a detector in ascending order of their numbers, in one statement. Where resources or protons
+/// on target cannot be read, the runs are asked for again without them. \return nothing, with the reason
+/// logged at error severity, when the runs table cannot be read; that includes a value that is none of its
+/// column's type \throws std::invalid_argument for a column or a comparison that there is not, cet::exception
+/// "BrioDatabase" for a missing or broken definition file
 std::optional<std::vector<RunLine>> ListRuns(const std::string& detector, const RunSelection& selection = {});
 
 }  // namespace brio::arrays

@@ -30,6 +30,7 @@ constexpr std::array<Texts, kStatuses> kTexts{{
     {"configuration not loaded", "the DAQ configuration could not be read"},
     {"settings not loaded", "gains, voltages and temperatures could not be read"},
     {"superseded", "another run's hardware was loaded since"},
+    {"not asked for", "nobody asked for it"},
 }};
 
 }  // namespace

@@ -23,10 +23,11 @@ enum class Status : std::uint8_t {
   HardwareNotLoaded,       ///< what is installed could not be read
   ConfigurationNotLoaded,  ///< the DAQ configuration could not be read
   SettingsNotLoaded,       ///< gains, voltages and temperatures could not be read
-  Superseded               ///< serials are kept of one run at a time, and another was loaded since
+  Superseded,              ///< serials are kept of one run at a time, and another was loaded since
+  NotAsked                 ///< nobody asked for it
 };
 
-constexpr int kStatuses = static_cast<int>(Status::Superseded) + 1;
+constexpr int kStatuses = static_cast<int>(Status::NotAsked) + 1;
 
 /// In few words, as tables have it: "not in the run".
 const char* NameOf(Status status);

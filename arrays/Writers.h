@@ -10,9 +10,9 @@
 
 /// Boards, channels and runs as CSV, JSON and lines of JSON. The fields have the same names in all three,
 /// with the unit at the end of the name where there is one: _adc (ADC counts), _v (volts), _c (degrees
-/// Celsius). Each value is followed by its status (Status.h) in a field of its own, and is empty (CSV) or
-/// null unless it is known, or replaced by the default; then measured_gain has what was measured. Times are
-/// UTC: "…Z".
+/// Celsius), _s (seconds). Each value is followed by its status (Status.h) in a field of its own, and is
+/// empty (CSV) or null unless it is known, or replaced by the default; then measured_gain has what was
+/// measured. Times are UTC: "…Z".
 namespace brio::arrays {
 
 /// run, diblock, dcm, port, plane, module, installed, enabled, enabled_pixels, threshold_adc (the mean of the
@@ -24,7 +24,7 @@ void Write(std::ostream& stream, Form form, const Boards& boards);
 /// \param boards  of the same run
 void Write(std::ostream& stream, Form form, const Channels& channels, const Boards& boards);
 
-/// run, start, stop, type, partition, configuration, subruns, diblocks, dcms, pot.
+/// run, start, stop, duration_s, type, partition, configuration, subruns, diblocks, dcms, pot.
 void Write(std::ostream& stream, Form form, const std::vector<RunLine>& runs);
 
 }  // namespace brio::arrays

@@ -14,9 +14,11 @@ namespace {
 using namespace brio::tools;
 
 constexpr Verb kVerbs[] = {
+    {"list", "Which runs there are, one a line", PrepareList},
     {"show", "One screen on a run, or on each run of a range", PrepareShow},
     {"channel", "Where channels are, what is installed there and how it was set", PrepareChannel},
     {"map", "Draw a quantity over the whole detector", PrepareMap},
+    {"export", "Everything on each board or each channel, as CSV, JSON or SQLite", PrepareExport},
     {"mask", "The good-diblock mask, the analysis mask and what the rule does", PrepareMask},
     {"dq", "The data-quality records of the subruns", PrepareDQ},
     {"pot", "The protons on target", PreparePOT},

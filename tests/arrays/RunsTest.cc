@@ -101,6 +101,7 @@ TEST_F(Runs, CarryWhatTheirTablesHold) {
   EXPECT_EQ(line.start.value, "2014-06-10 03:00:00");
   EXPECT_EQ(line.stop.value, "2014-06-10 11:50:00");
   EXPECT_EQ(line.configuration.value, 1001);
+  EXPECT_EQ(line.duration.value, 31800);
   EXPECT_EQ(line.subruns.value, 20);
   EXPECT_EQ(line.diblocks.value, 14);
   EXPECT_EQ(line.dcms.value, 168);
@@ -115,6 +116,7 @@ TEST_F(Runs, SayWhatIsNotRecorded) {
     EXPECT_EQ(status, Status::NotRecorded);
   }
   EXPECT_EQ(Line(13004).stop.status, Status::NotRecorded);
+  EXPECT_EQ(Line(13004).duration.status, Status::NotRecorded);
   EXPECT_EQ(Line(13006).dcms.status, Status::NotInRun);
   EXPECT_EQ(Line(13006).pot.status, Status::Known);
   EXPECT_EQ(Line(13008).pot.status, Status::NotRecorded);
@@ -129,6 +131,7 @@ TEST_F(Runs, CountWhatALoadFinds) {
                                                                                  {"Birch", 13003},
                                                                                  {"Birch", 13011},
                                                                                  {"Birch", 13016},
+                                                                                 {"Birch", 13017},
                                                                                  {"Birch", 13025},
                                                                                  {"Alder", 11000},
                                                                                  {"Alder", 11002},
@@ -146,9 +149,43 @@ TEST_F(Runs, CountWhatALoadFinds) {
   }
 }
 
+TEST_F(Runs, CountNoMoreResourcesThanIsWanted) {
+  RunSelection selection;
+  selection.withResources = true;
+  selection.mostWithResources = 40;
+  EXPECT_EQ(ListRuns("Birch", selection)->front().diblocks.status, Status::NotAsked);
+  selection.mostWithResources = 41;
+  EXPECT_EQ(ListRuns("Birch", selection)->front().diblocks.value, 14);
+}
+
+TEST_F(Runs, TakeTimesWithTheirZone) {
+  RunSelection selection;
+  selection.since = "2014-06-10 08:30:00+05:30";
+  selection.until = "2014-06-10T03:00:01Z";
+  EXPECT_THAT(Numbers(selection), ElementsAre(13000));
+  RunSelection byColumn;
+  byColumn.where = {{"tstart", "=", "2014-06-10 00:00:00-03"}};
+  EXPECT_THAT(Numbers(byColumn), ElementsAre(13000));
+}
+
+TEST(RunConditions, AreAColumnAComparisonAndAValue) {
+  for (const std::string text : {"nsubruns>=21", "nsubruns >= 21", " nsubruns  >=  21 "}) {
+    const auto condition = arrays::ConditionIn(text);
+    EXPECT_EQ(condition.column, "nsubruns");
+    EXPECT_EQ(condition.comparison, ">=");
+    EXPECT_EQ(condition.value, "21");
+  }
+  EXPECT_EQ(arrays::ConditionIn("shifter = A. N. Other").value, "A. N. Other");
+  for (const std::string text : {"", "nsubruns", "nsubruns >=", "run =="}) {
+    EXPECT_THROW(arrays::ConditionIn(text), std::invalid_argument) << text;
+  }
+}
+
 TEST_F(Runs, AreAskedForInOneStatement) {
+  RunSelection selection;
+  selection.withResources = selection.withPOT = true;
   const auto before = dbi::ConnectionStatistics::Now();
-  EXPECT_EQ(Numbers({}).size(), 41U);
+  EXPECT_EQ(Numbers(selection).size(), 41U);
   const auto after = dbi::ConnectionStatistics::Now();
   EXPECT_EQ(after.connectionsOpened - before.connectionsOpened, 1);
   EXPECT_EQ(after.statementsSent - before.statementsSent, 1);
@@ -168,8 +205,9 @@ TEST_F(Runs, AreNotHadWhenTheServerRefusesAValue) {
   const CapturedMessages messages("error");
   RunSelection selection;
   selection.since = "yesteryear";
+  selection.withResources = selection.withPOT = true;
   EXPECT_FALSE(ListRuns("Birch", selection));
-  ASSERT_FALSE(messages.All().empty());
+  ASSERT_EQ(messages.All().size(), 1U);
   EXPECT_THAT(messages.All().front().text, HasSubstr("yesteryear"));
 }
 
@@ -182,6 +220,12 @@ TEST_F(Runs, AreListedWithoutTablesThatCannotBeRead) {
   EXPECT_EQ(line.run, 13000);
   EXPECT_EQ(line.dcms.value, 168);
   EXPECT_EQ(line.pot.status, Status::RunNotLoaded);
+  databases.Execute("REVOKE ALL ON daq.daqresourcesbyrun FROM PUBLIC, brio_reader");
+  EXPECT_EQ(Line(13000).start.value, "2014-06-10 03:00:00");
+  EXPECT_EQ(Line(13000).dcms.status, Status::RunNotLoaded);
+  databases.Execute("GRANT SELECT ON beam.potbyrun TO brio_reader");
+  EXPECT_EQ(Line(13000).dcms.status, Status::RunNotLoaded);
+  EXPECT_GT(Line(13000).pot.value, 0.0F);
 }
 
 }  // namespace

@@ -26,7 +26,7 @@ completes() {
 }
 
 verbs=$("$command" --help | sed -n '/^Subcommands:/,/^$/s/^  \([a-z]*\) .*/\1/p')
-[[ $(wc -w <<<"$verbs") -eq 10 ]] || fail "the help names these verbs: $verbs"
+[[ $(wc -w <<<"$verbs") -eq 12 ]] || fail "the help names these verbs: $verbs"
 [[ $(completes '' | grep -v '^--' | sort) == $(sort <<<"$verbs") ]] || fail "bash completes other verbs"
 for verb in $verbs; do
   grep -qE "^\.BI? $verb( |\$)" <<<"$manual" || fail "the man page has no $verb"
@@ -44,5 +44,7 @@ for quantity in $("$command" map --help | sed -n 's/.*QUANTITY:{\([^}]*\)}.*/\1/
 done
 [[ $(completes map ga) == gain ]] || fail "bash does not complete a quantity"
 [[ $(completes map gain --format s) == svg ]] || fail "bash does not complete a format"
+
+[[ $(completes export ch) == channels ]] || fail "bash does not complete what is exported"
 
 exit $((failures > 0))

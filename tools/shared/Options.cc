@@ -87,8 +87,13 @@ void RequireRun(CLI::App& command) {
 
 void RequireRuns(CLI::App& command) {
   RequireDetector(command);
+  command.get_option("--run")->required();
+  AllowRanges(command);
+}
+
+void AllowRanges(CLI::App& command) {
   auto* run = command.get_option("--run");
-  run->required()->type_name("N|N-M|N-");
+  run->type_name("N|N-M|N-");
   run->description(run->get_description() + "; N-M for a range, both ends included; N- for all from N on");
 }
 

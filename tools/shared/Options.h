@@ -38,6 +38,9 @@ void RequireRun(CLI::App& command);
 /// The same for a verb that also answers for a range of runs.
 void RequireRuns(CLI::App& command);
 
+/// Lets --run, which may be left out, be a range of runs.
+void AllowRanges(CLI::App& command);
+
 /// Refuses the options of masks for a verb to whose answer they would make no difference, with the reason.
 void RefuseMasks(CLI::App& command, const std::string& why);
 

@@ -32,12 +32,16 @@ struct Verb {
 
 /// `runhistory dump`: the readable dump of a run, as RunHistory::Dump prints it.
 Action PrepareDump(CLI::App& command, const Options& options);
+/// `runhistory list`: which runs there are, one a line.
+Action PrepareList(CLI::App& command, const Options& options);
 /// `runhistory show`: one screen on a run.
 Action PrepareShow(CLI::App& command, const Options& options);
 /// `runhistory channel CHANNEL…`: where channels are, what is installed there and how it was set.
 Action PrepareChannel(CLI::App& command, const Options& options);
 /// `runhistory map QUANTITY`: a quantity over the whole detector, as text, picture or table.
 Action PrepareMap(CLI::App& command, const Options& options);
+/// `runhistory export boards|channels`: everything that is known of each, as CSV, JSON or an SQLite database.
+Action PrepareExport(CLI::App& command, const Options& options);
 /// `runhistory diff RUN_A RUN_B`: what changed between two runs.
 Action PrepareDiff(CLI::App& command, const Options& options);
 /// `runhistory mask`: the good-diblock mask, the analysis mask and what the rule does.
