@@ -8,6 +8,7 @@
 #include "database/Counters.h"
 #include "database/LoadScopeSessions.h"
 #include "database/ResultStatus.h"
+#include "database/StatementObserver.h"
 #include "database/StepObserver.h"
 #include "database/TransactionSettings.h"
 #include "database/Wait.h"
@@ -101,6 +102,7 @@ ResultHandle PostgreSQLSession::RunInTransaction(const Statement& statement, con
 ResultHandle PostgreSQLSession::Send(const Statement& statement, const RowConsumer* take,
                                      const Patience& patience) {
   NotifyStep(DatabaseStep::Statement, statement.text);
+  const StatementWatch watch(connection_.get());
   ++Counters::Instance().statementsSent;
   std::vector<const char*> values;
   values.reserve(statement.parameters.size());
@@ -120,6 +122,7 @@ ResultHandle PostgreSQLSession::Send(const Statement& statement, const RowConsum
     return GiveUp("its rows cannot be had one by one");
   }
   ResultHandle result = CollectResult(patience, &statement, take);
+  watch.End(statement, result.get(), given_);
   if (!IsGood(result.get())) {
     ReportError(result.get(), statement.text);
     if (!IsUsable() || IsCopy(result.get())) { connection_.reset(); }

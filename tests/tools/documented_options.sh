@@ -36,6 +36,11 @@ for verb in $verbs; do
     grep -qF -- "$option" <<<"$manual" || fail "the man page has no $option"
     completes "$verb" "$option" | grep -qxF -- "$option" || fail "bash does not complete $verb $option"
   done
+  # The summary's row has the options that are the verb's own.
+  own=$(grep -vxF -e -- -f <(tr -s ' \n' '\n' <<<"$_runhistory_shared") <<<"$options" | sort || true)
+  row=$(awk -F'|' -v verb="$verb" '/^\.TS/ { table = 1 } /^\.TE/ { table = 0 }
+    table && /^[a-z]+\|/ { current = $1 } table && current == verb' <<<"$manual" | grep -oE -- '--[a-z-]+' | sort || true)
+  [[ $row == "$own" ]] || fail "the man page's summary of $verb has these options: $row"
 done
 
 [[ $(completes show --detector B) == Birch ]] || fail "bash does not complete a detector"
@@ -43,6 +48,7 @@ for quantity in $("$command" map --help | sed -n 's/.*QUANTITY:{\([^}]*\)}.*/\1/
   completes map "$quantity" | grep -qxF "$quantity" || fail "bash does not complete map $quantity"
 done
 [[ $(completes map ga) == gain ]] || fail "bash does not complete a quantity"
+[[ $(completes show --color al) == always ]] || fail "bash does not complete when to use colours"
 [[ $(completes map gain --format s) == svg ]] || fail "bash does not complete a format"
 
 [[ $(completes export ch) == channels ]] || fail "bash does not complete what is exported"

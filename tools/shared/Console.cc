@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <iostream>
 #include <mutex>
@@ -241,6 +243,13 @@ std::string ComplaintSince(std::size_t count, bool fromDatabase) {
 }
 
 bool IsTerminal(int descriptor) { return isatty(descriptor) == 1; }
+
+bool IsDumb() {
+  const char* terminal = std::getenv("TERM");
+  return terminal != nullptr && std::strcmp(terminal, "dumb") == 0;
+}
+
+bool CanShowProgress() { return IsTerminal(STDERR_FILENO) && !IsDumb(); }
 
 void ShowProgress(const std::string& line) {
   auto& error = StandardError::Instance();

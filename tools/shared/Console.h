@@ -41,6 +41,11 @@ std::string ComplaintSince(std::size_t count, bool fromDatabase = false);
 /// True when a stream's file descriptor (1 or 2) is a terminal.
 bool IsTerminal(int descriptor);
 
+/// True when a terminal says that it understands neither colours nor lines that are taken back (TERM=dumb).
+bool IsDumb();
+/// True when ShowProgress has something to show its line on.
+bool CanShowProgress();
+
 /// Shows a line that is replaced in place, or takes it away when `line` is empty. Only for a terminal.
 void ShowProgress(const std::string& line);
 

@@ -7,6 +7,7 @@
 #include "RunHistory/DetInfo.h"
 #include "framework/MessageLogger.h"
 #include "tools/shared/Console.h"
+#include "tools/shared/SentStatements.h"
 #include "tools/shared/TerminalText.h"
 
 namespace brio::tools {
@@ -83,7 +84,13 @@ void AddSharedOptions(CLI::App& command, Options& options) {
   command
       .add_flag("-q,--quiet", options.quiet, "Nothing but the answer and what stops it, as with BRIO_LOG=off")
       ->excludes("--verbose");
-  command.add_flag("--no-color", options.noColor, "No colours, also on a terminal");
+  auto* color = command.add_option("--color", options.color, "When to use colours; auto: on a terminal")
+                    ->type_name("WHEN")
+                    ->check(CLI::IsMember({"auto", "always", "never"}));
+  command
+      .add_flag_callback(
+          "--no-color", [&options] { options.color = "never"; }, "The same as --color=never")
+      ->excludes(color);
   command.add_flag("--use-mask", options.useMask,
                    "Leave out the diblocks that the good-diblock mask calls bad");
   command
@@ -153,14 +160,18 @@ void RefuseMasks(CLI::App& command, const std::string& why) {
 }
 
 bool UsesColor(const Options& options) {
-  if (options.noColor || !console::IsTerminal(STDOUT_FILENO)) { return false; }
+  if (options.color != "auto") { return options.color == "always"; }
+  if (!console::IsTerminal(STDOUT_FILENO) || console::IsDumb()) { return false; }
   const char* variable = std::getenv("NO_COLOR");
   return variable == nullptr || *variable == '\0';
 }
 
 void ApplyToProcess(const Options& options) {
   if (!options.database.empty()) { setenv("BRIO_DATABASE", options.database.c_str(), 1); }
-  if (options.verbose) { messagelogger::SetLevels("info"); }
+  if (options.verbose) {
+    messagelogger::SetLevels("info");
+    TellOfStatements();
+  }
   const auto isShown = [](Severity severity) { return messagelogger::IsEnabled(severity, "BrioDatabase"); };
   if (options.quiet || !isShown(Severity::Error)) {
     console::SetLoudness(console::Loudness::Quiet);
@@ -171,7 +182,6 @@ void ApplyToProcess(const Options& options) {
 }
 
 void ApplyTo(brio::dbi::RunHistory& history, const Options& options) {
-  history.SetTimeQueries(options.verbose);
   history.SetTimeParsing(options.verbose);
   history.SetUseGoodDiBlockMask(options.useMask || options.customMask || options.analysisMask);
   history.SetApplyAnalysisMask(options.analysisMask);

@@ -19,7 +19,7 @@ struct Options {
   bool json = false;
   bool verbose = false;
   bool quiet = false;
-  bool noColor = false;
+  std::string color = "auto";  ///< or "always", "never"
   bool useMask = false;
   std::optional<int> customMask;
   bool analysisMask = false;
@@ -51,7 +51,8 @@ void RefuseMasks(CLI::App& command, const std::string& why);
 /// A check of --run that refuses a range.
 std::string CheckSingleRun(const std::string& text);
 
-/// Whether the answer is coloured: on a terminal, unless --no-color or NO_COLOR says otherwise.
+/// Whether the answer is coloured: as --color says, which is on a terminal that takes colours unless NO_COLOR
+/// is set.
 bool UsesColor(const Options& options);
 
 /// What holds for the whole process: --database, --verbose and --quiet. Call before the first RunHistory.

@@ -1,9 +1,12 @@
 #include "tools/shared/RunByRun.h"
 
+#include <cstddef>
 #include <iostream>
+#include <optional>
 #include <sstream>
 
 #include "tools/shared/Console.h"
+#include "tools/shared/Progress.h"
 #include "tools/shared/RunRange.h"
 
 namespace brio::tools {
@@ -21,7 +24,12 @@ class Answers {
 public:
   Answers(const Options& options, const LineAnswer& answer) : options_(options), answer_(answer) {}
 
+  /// How many runs there will be.
+  void Expect(std::size_t runs) { expected_ = runs; }
+
   void Ask(const RunLine& line) {
+    if (!progress_) { progress_.emplace(""); }
+    progress_->Next("loading run " + std::to_string(line.run) + " of " + options_.detector, expected_);
     std::ostringstream text;
     Json object{{"detector", options_.detector}, {"run", line.run}};
     const std::size_t bare = object.size();
@@ -34,13 +42,14 @@ public:
       if (options_.runs.isRange || object.size() > bare) { object["reason"] = reason; }
     }
     if (!options_.json) {
-      console::Answer() << text.str() << std::flush;
+      progress_->Aside([&] { console::Answer() << text.str() << std::flush; });
     } else if (object.size() > bare) {
       list_.push_back(std::move(object));
     }
   }
 
-  ExitStatus Finish() const {
+  ExitStatus Finish() {
+    progress_.reset();
     if (options_.json && options_.runs.isRange) {
       console::Answer() << JsonText(list_) << '\n';
     } else if (options_.json && !list_.empty()) {
@@ -54,17 +63,21 @@ private:
   const LineAnswer& answer_;
   Json list_ = Json::array();
   int answered_ = 0;
+  std::size_t expected_ = 1;
+  std::optional<Progress> progress_;
 };
 
 void AskRange(const Options& options, const arrays::RunSelection& selection, Answers& answers) {
   const RunRange& range = options.runs;
   if (IsSimulated(range)) {
+    answers.Expect(static_cast<std::size_t>(range.last - range.first) + 1);
     for (int run = range.first;; ++run) {
       answers.Ask(LineOf(run));
       if (run == range.last) { return; }
     }
   }
   const auto lines = RunsOf(options.detector, range, selection);
+  answers.Expect(lines.size());
   for (const auto& line : lines) {
     answers.Ask(line);
   }

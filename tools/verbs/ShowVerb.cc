@@ -1,14 +1,18 @@
 #include <algorithm>
+#include <memory>
 #include <ostream>
 #include <set>
 
 #include "arrays/Boards.h"
+#include "arrays/Records.h"
 #include "database/LoadScope.h"
 #include "tools/shared/Loading.h"
 #include "tools/shared/Mask.h"
 #include "tools/shared/POT.h"
 #include "tools/shared/RunByRun.h"
+#include "tools/shared/SentStatements.h"
 #include "tools/shared/TerminalText.h"
+#include "tools/verbs/RunNotes.h"
 
 namespace brio::tools {
 namespace {
@@ -214,7 +218,77 @@ bool AddExposure(RunHistory& history, Screen& screen) {
   return !stored.outcome.databaseComplained && !pot.outcome.databaseComplained && !quality.databaseComplained;
 }
 
-std::string AnswerShow(RunHistory& history, std::ostream& text, Json& object) {
+struct ShowOptions {
+  bool subruns = false;
+  bool explain = false;
+};
+
+Json JsonOf(const std::vector<SubrunTimes>& times) {
+  Json list = Json::array();
+  for (const auto& subrun : times) {
+    Json object{{"subrun", subrun.number}, {"start", nullptr}, {"stop", nullptr}, {"duration", nullptr}};
+    if (!subrun.start.empty()) { object["start"] = arrays::WithZone(subrun.start); }
+    if (!subrun.stop.empty()) { object["stop"] = arrays::WithZone(subrun.stop); }
+    if (const auto seconds = DurationOf(subrun)) { object["duration"] = *seconds; }
+    list.push_back(std::move(object));
+  }
+  return list;
+}
+
+/// How many subruns have a duration, and how long these were.
+std::string SummaryOf(const std::vector<SubrunTimes>& times) {
+  std::vector<long> durations;
+  for (const auto& subrun : times) {
+    if (const auto seconds = DurationOf(subrun)) { durations.push_back(*seconds); }
+  }
+  const std::string summary = "of " + Count(times.size(), "subrun");
+  if (durations.empty()) { return summary + ", no durations"; }
+  const auto [shortest, longest] = std::minmax_element(durations.begin(), durations.end());
+  const std::string how =
+      durations.size() == times.size() ? "" : std::to_string(durations.size()) + " of them ";
+  if (*shortest == *longest) { return summary + ", " + how + Duration(*shortest) + " each"; }
+  return summary + ", " + how + Duration(*shortest) + " to " + Duration(*longest);
+}
+
+std::string TableOf(const std::vector<SubrunTimes>& times) {
+  TextTable table({"subrun", "start (UTC)", "stop (UTC)", "duration"});
+  const auto cell = [](const std::string& text) { return text.empty() ? "-" : text; };
+  for (const auto& subrun : times) {
+    const auto seconds = DurationOf(subrun);
+    table.Add({std::to_string(subrun.number), cell(subrun.start), cell(subrun.stop),
+               seconds ? Duration(*seconds) : "-"});
+  }
+  return table.Text();
+}
+
+/// What a person or the DAQ wrote down of a run. \return false when a database complained
+bool AddNotes(const RunNotes& notes, Screen& screen) {
+  const auto add = [&](const char* label, const char* key, const auto& value, const auto& show) {
+    if (!notes.run.ok) {
+      screen.AddUnknown(label, key, notes.run.reason);
+    } else if (!value) {
+      screen.AddUnknown(label, key, kNotRecorded);
+    } else {
+      screen.Add(label, key, *value, show(*value));
+    }
+  };
+  const auto itself = [](const std::string& text) { return Visible(text); };
+  add("events", "events", notes.events, [](long long count) { return std::to_string(count); });
+  add("shifter", "shifter", notes.shifter, itself);
+  add("begin comment", "begin_comment", notes.beginComment, itself);
+  add("end comment", "end_comment", notes.endComment, itself);
+  if (!notes.subruns.ok) {
+    screen.AddUnknown("subrun times", "subrun_times", notes.subruns.reason);
+  } else if (notes.times.empty()) {
+    screen.AddUnknown("subrun times", "subrun_times", kNotRecorded);
+  } else {
+    screen.Add("subrun times", "subrun_times", JsonOf(notes.times), SummaryOf(notes.times));
+  }
+  return notes.run.ok && notes.subruns.ok;
+}
+
+std::string AnswerShow(const ShowOptions& showOptions, RunHistory& history, std::ostream& text,
+                       Json& object) {
   const brio::dbi::LoadScope oneSnapshot;
   const LoadedParts parts = LoadParts(history, Depth::Configuration);
   if (parts.isMissing) { return parts.run.reason; }
@@ -226,7 +300,12 @@ std::string AnswerShow(RunHistory& history, std::ostream& text, Json& object) {
   } else {
     screen.AddUnknown("run", "run_record", parts.run.reason);
   }
-  const bool couldRead = AddExposure(history, screen);
+  bool couldRead = AddExposure(history, screen);
+  if (!history.IsMC()) {
+    const RunNotes notes = LoadRunNotes(history.GetRunNumber(), history.GetDetectorName());
+    couldRead = AddNotes(notes, screen) && couldRead;
+    if (showOptions.subruns && !notes.times.empty()) { text << TableOf(notes.times); }
+  }
   const Outcome& deepest = parts.UpTo(Depth::Configuration);
   if (!deepest.ok) { return deepest.reason; }
   return couldRead ? "" : "not everything could be read";
@@ -237,7 +316,20 @@ std::string AnswerShow(RunHistory& history, std::ostream& text, Json& object) {
 Action PrepareShow(CLI::App& command, const Options& options) {
   RequireRuns(command);
   TakeRunAsArgument(command);
-  return [&options] { return AnswerRunByRun(options, AnswerShow); };
+  auto showOptions = std::make_shared<ShowOptions>();
+  command.add_flag("--subruns", showOptions->subruns, "Also a table of the subruns' times");
+  command.add_flag("--explain", showOptions->explain,
+                   "Also each statement: its rows, its milliseconds and its database");
+  return [showOptions, &options] {
+    return AnswerRunByRun(options, [&](RunHistory& history, std::ostream& text, Json& object) {
+      if (!showOptions->explain) { return AnswerShow(*showOptions, history, text, object); }
+      const StatementLog statements;
+      std::string reason = AnswerShow(*showOptions, history, text, object);
+      statements.Write(text);
+      object["statements"] = statements.AsJson();
+      return reason;
+    });
+  };
 }
 
 }  // namespace brio::tools

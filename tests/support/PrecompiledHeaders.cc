@@ -1,0 +1,1 @@
+// Nothing: its target makes the precompiled headers that tests use.
