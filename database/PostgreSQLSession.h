@@ -24,6 +24,7 @@ public:
   PostgreSQLSession(ConnectionHandle connection, TimeLimits limits);
   ~PostgreSQLSession() override;
 
+  using Session::ExecuteByRow;
   ResultHandle Execute(const Statement& statement) override { return Run(statement, nullptr); }
   ResultHandle ExecuteByRow(const Statement& statement, const RowConsumer& take) override {
     return Run(statement, &take);
@@ -31,6 +32,7 @@ public:
   GivenRows LastGiven() const override { return given_; }
   bool IsUsable() const override;
   void ReadOneState() override { readsOneState_ = true; }
+  SessionSource Source() const override;
   void Close() noexcept override;
 
 private:

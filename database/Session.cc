@@ -5,6 +5,8 @@
 #include "database/DatabaseTime.h"
 #include "database/LoadScopeSessions.h"
 #include "database/PostgreSQLSession.h"
+#include "database/RowDigest.h"
+#include "database/snapshot/Recording.h"
 #include "framework/MessageLogger.h"
 
 namespace brio::dbi {
@@ -31,7 +33,13 @@ Answer Session::Ask(const Statement& statement) {
   return {wasSent, Rows(std::move(result))};
 }
 
-std::shared_ptr<Session> AcquireSession(const std::string& detector, DatabaseKind kind, int retries) {
+ResultHandle Session::ExecuteByRow(const Statement& statement, RowDigest& digest) {
+  return ExecuteByRow(statement, [&digest](const RowView& row) { digest.Take(row); });
+}
+
+namespace {
+
+std::shared_ptr<Session> SharedSession(const std::string& detector, DatabaseKind kind, int retries) {
   const auto connectionString = ExpandConnectionString(detector, kind);
   if (!connectionString) { return nullptr; }
   if (!loadscope::IsActive()) { return OpenSession(*connectionString, retries); }
@@ -39,6 +47,13 @@ std::shared_ptr<Session> AcquireSession(const std::string& detector, DatabaseKin
   auto session = OpenSession(*connectionString, retries);
   if (session) { loadscope::Share(*connectionString, session); }
   return session;
+}
+
+}  // namespace
+
+std::shared_ptr<Session> AcquireSession(const std::string& detector, DatabaseKind kind, int retries) {
+  auto session = SharedSession(detector, kind, retries);
+  return session ? recording::Wrap(std::move(session), detector, kind) : nullptr;
 }
 
 }  // namespace brio::dbi
