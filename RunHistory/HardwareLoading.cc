@@ -123,7 +123,7 @@ bool AskForHardware(const std::string& statement, const std::string& time, int c
 
 bool RunHistory::LoadHardwareInfo() {
   if (hardwareLoaded) { return true; }
-  const LoadScope scope(timeQueries, timeParsing);
+  const LoadScope scope(timeQueries, timeParsing, runNumber);
   if (LoadScope::IsOutermost()) {
     return WithFreshTry([this] { return LoadHardwareInfo(); });
   }

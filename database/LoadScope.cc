@@ -15,6 +15,7 @@ struct ThreadLoad {
   bool wasInterrupted = false;
   bool timesQueries = false;
   bool timesParsing = false;
+  std::optional<int> run;
   std::chrono::steady_clock::duration timeSpent{0};
   std::map<std::string, std::shared_ptr<Session>> sessions;
 };
@@ -25,15 +26,19 @@ thread_local ThreadLoad load;
 
 LoadScope::LoadScope() : LoadScope(load.timesQueries, load.timesParsing) {}
 
-LoadScope::LoadScope(bool timeQueries, bool timeParsing)
+LoadScope::LoadScope(int run) : LoadScope(load.timesQueries, load.timesParsing, run) {}
+
+LoadScope::LoadScope(bool timeQueries, bool timeParsing, std::optional<int> run)
     : timedQueriesBefore_(std::exchange(load.timesQueries, timeQueries)),
-      timedParsingBefore_(std::exchange(load.timesParsing, timeParsing)) {
+      timedParsingBefore_(std::exchange(load.timesParsing, timeParsing)),
+      runBefore_(std::exchange(load.run, run ? run : load.run)) {
   if (++load.depth == 1) { load.timeSpent = {}; }
 }
 
 LoadScope::~LoadScope() {
   load.timesQueries = timedQueriesBefore_;
   load.timesParsing = timedParsingBefore_;
+  load.run = runBefore_;
   if (--load.depth == 0) { LeaveConnections(); }
 }
 
@@ -62,6 +67,8 @@ void Share(const std::string& connectionString, const std::shared_ptr<Session>& 
   session->ReadOneState();
   load.sessions[connectionString] = session;
 }
+
+std::optional<int> Run() { return load.run; }
 
 void NoteInterruption() { load.wasInterrupted = IsActive(); }
 

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace brio::dbi {
@@ -17,6 +18,8 @@ bool IsActive();
 std::shared_ptr<Session> Find(const std::string& connectionString);
 /// Makes a new session the load's own: from now on it is shared, and closed when the load ends.
 void Share(const std::string& connectionString, const std::shared_ptr<Session>& session);
+/// The run whose facts the innermost scope that names one loads.
+std::optional<int> Run();
 /// Remembers for LoadScope::WasInterrupted that a statement failed for a reason that can pass.
 void NoteInterruption();
 /// What the load has spent at its databases so far.

@@ -16,6 +16,7 @@
 
 namespace brio::dbi {
 
+class RowDigest;
 class Session;
 struct Statement;
 
@@ -108,6 +109,9 @@ public:
   /// The result has none. While it gives rows the connection takes no other statement (false, with an error
   /// logged), and the table must live on.
   bool ExecuteSQL(std::string statement, const RowConsumer& take, PGresult*& result, int columns = 0);
+  /// The same for a consumer that a source may give what it once kept of the rows. \param rows  how many the
+  /// server gave, or once gave
+  bool ExecuteSQL(std::string statement, RowDigest& digest, long& rows, PGresult*& result, int columns = 0);
   /// The same for a reader who does not need libpq's form of the rows. `rows` is nothing when the statement
   /// failed, or is not one that returns rows.
   bool ExecuteSQL(std::string statement, std::optional<Rows>& rows, int columns = 0);
