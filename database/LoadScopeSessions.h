@@ -9,7 +9,8 @@ namespace brio::dbi {
 
 class Session;
 
-/// The sessions that the calling thread's load shares, by expanded connection string.
+/// The sessions that the calling thread's load shares, by expanded connection string (and
+/// what else tells them apart).
 namespace loadscope {
 
 /// True while the thread has a load scope.

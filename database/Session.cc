@@ -6,8 +6,12 @@
 #include "database/LoadScopeSessions.h"
 #include "database/PostgreSQLSession.h"
 #include "database/RowDigest.h"
+#include "database/snapshot/AnswerKey.h"
 #include "database/snapshot/Recording.h"
+#include "database/snapshot/SnapshotPath.h"
+#include "database/snapshot/SnapshotSession.h"
 #include "framework/MessageLogger.h"
+#include "framework/exception.h"
 
 namespace brio::dbi {
 namespace {
@@ -39,13 +43,32 @@ ResultHandle Session::ExecuteByRow(const Statement& statement, RowDigest& digest
 
 namespace {
 
+/// A session that answers from a file; null, with the reason logged, when the file cannot be read.
+std::shared_ptr<Session> OpenSnapshot(const std::string& name, const std::string& detector,
+                                      DatabaseKind kind) {
+  try {
+    return std::make_shared<snapshot::SnapshotSession>(
+        snapshot::SnapshotFile::Open(snapshot::SnapshotPath(name)), detector, kind);
+  } catch (const cet::exception& error) {
+    LogError("BrioDatabase") << error.message();
+    return nullptr;
+  }
+}
+
 std::shared_ptr<Session> SharedSession(const std::string& detector, DatabaseKind kind, int retries) {
   const auto connectionString = ExpandConnectionString(detector, kind);
   if (!connectionString) { return nullptr; }
-  if (!loadscope::IsActive()) { return OpenSession(*connectionString, retries); }
-  if (auto shared = loadscope::Find(*connectionString)) { return shared; }
-  auto session = OpenSession(*connectionString, retries);
-  if (session) { loadscope::Share(*connectionString, session); }
+  const auto file = snapshot::SnapshotName(*connectionString);
+  const auto open = [&] {
+    return file ? OpenSnapshot(*file, detector, kind) : OpenSession(*connectionString, retries);
+  };
+  if (!loadscope::IsActive()) { return open(); }
+  // A server's databases may be one; a snapshot knows which of them was asked.
+  std::string name = *connectionString;
+  if (file) { name += '\n' + detector + '\n' + snapshot::NameOf(kind); }
+  if (auto shared = loadscope::Find(name)) { return shared; }
+  auto session = open();
+  if (session) { loadscope::Share(name, session); }
   return session;
 }
 

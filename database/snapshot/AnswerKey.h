@@ -1,9 +1,12 @@
 #pragma once
 
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "database/Session.h"
+#include "database/snapshot/ContentHash.h"
 
 namespace brio::dbi::snapshot {
 
@@ -22,5 +25,17 @@ struct AnswerKey {
   std::vector<std::string> parameters;
   bool binary;
 };
+
+/// The kind's name, as {database} in a connection string becomes.
+const char* NameOf(DatabaseKind kind);
+
+/// Parameters as the bytes that a snapshot stores (docs/snapshots.md).
+std::string EncodedParameters(const std::vector<std::string>& parameters);
+
+/// What a snapshot finds the key by.
+ContentHash HashOf(const AnswerKey& key);
+/// The same from what is stored of it.
+ContentHash QuestionHash(const std::string& detector, std::string_view kind, std::string_view statement,
+                         std::string_view parameters, bool binary);
 
 }  // namespace brio::dbi::snapshot

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <libpq-fe.h>
@@ -18,9 +19,12 @@ struct ResultColumn {
   int tableColumn = 0;
 };
 
-bool operator==(const ResultColumn& a, const ResultColumn& b);
-
 /// The columns of a result, also of one without rows, such as ends an answer given row by row.
 std::vector<ResultColumn> ColumnsOf(const PGresult* result);
+
+/// The same as the bytes that a snapshot stores (docs/snapshots.md).
+std::string EncodedColumns(const std::vector<ResultColumn>& columns);
+/// \throws SnapshotError when the bytes are not that
+std::vector<ResultColumn> ColumnsIn(std::string_view bytes);
 
 }  // namespace brio::dbi::snapshot

@@ -11,6 +11,7 @@
 
 namespace brio::dbi::snapshot {
 
+class SharedSnapshot;
 class StoredAnswer;
 
 /// What a snapshot says of itself.
@@ -26,9 +27,10 @@ struct SnapshotSummary {
   std::int64_t rawBytes = 0;     ///< of the same before compression
 };
 
-/// A snapshot file, open for reading. It may be used by several threads at a time, but not by a process that
-/// was forked off meanwhile. What it reads it never trusts: a file that is damaged, or made to do harm, gives
-/// an error and costs a bounded amount of memory.
+/// A snapshot file, open for reading as long as one of these lives. Runs that were read and found whole stay
+/// in memory, up to 16 MB for each of the two files used last, for whoever asks next. It may be used by
+/// several threads at a time, but not by a process that was forked off meanwhile. What it reads it never
+/// trusts: a file that is damaged, or made to do harm, gives an error and costs a bounded amount of memory.
 class SnapshotFile {
 public:
   /// Opens a file, or gives the one that this process has open: the same path with the same file behind it.
@@ -40,6 +42,8 @@ public:
   SnapshotFile(const SnapshotFile&) = delete;
   SnapshotFile& operator=(const SnapshotFile&) = delete;
 
+  /// False in a process that was forked off the one that opened it, which then opens the file for itself.
+  bool IsOwner() const;
   const std::string& Path() const;
   /// \throws cet::exception "BrioDatabase" when the file is damaged; so do the next two.
   SnapshotSummary Summary() const;
@@ -60,9 +64,8 @@ public:
   std::shared_ptr<const StoredAnswer> Find(const AnswerKey& key, std::optional<int> run);
 
 private:
-  class Impl;
-  explicit SnapshotFile(std::unique_ptr<Impl> impl);
-  std::unique_ptr<Impl> impl_;
+  explicit SnapshotFile(std::shared_ptr<SharedSnapshot> shared);
+  std::shared_ptr<SharedSnapshot> shared_;
 };
 
 }  // namespace brio::dbi::snapshot

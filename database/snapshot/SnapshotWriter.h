@@ -32,7 +32,8 @@ public:
   /// For a handler of signals, which has to remove it when the process ends by one.
   const std::string& TemporaryPath() const;
 
-  /// Takes over everything from another snapshot, which is verified first; before anything else is added.
+  /// Takes over everything from another snapshot, which is verified first, perhaps the one that the new file
+  /// is to replace; before anything else is added.
   void Append(const std::string& snapshot);
 
   /// Stores an answer with rows, perhaps none. The same content under the same key is stored once.
@@ -56,6 +57,7 @@ public:
 
 private:
   class Impl;
+  std::string path_;
   std::unique_ptr<Impl> impl_;
 };
 
