@@ -84,7 +84,7 @@ void StoreSettings(RunHistory::DCM& dcm, DCMSettingsFacts& facts, const dbutils:
 
 bool RunHistory::LoadAPDSettings() {
   if (apdSettingsLoaded) { return true; }
-  const LoadScope scope(timeQueries, timeParsing);
+  const LoadScope scope(timeQueries, timeParsing, runNumber);
   if (LoadScope::IsOutermost()) {
     return WithFreshTry([this] { return LoadAPDSettings(); });
   }

@@ -85,7 +85,7 @@ bool RunHistory::LoadDAQRunHistory() {
     return true;
   }
 
-  const LoadScope scope(timeQueries, timeParsing);
+  const LoadScope scope(timeQueries, timeParsing, runNumber);
   if (LoadScope::IsOutermost()) {
     return WithFreshTry([this] { return LoadDAQRunHistory(); });
   }

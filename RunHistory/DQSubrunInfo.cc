@@ -10,7 +10,7 @@ namespace brio::dbi {
 std::vector<DQSubrunInfo> RunHistory::GetDQSubrunInfo() {
   if (dqSubrunInfoLoaded) { return dqSubrunInfo; }
   dqSubrunInfo.clear();
-  const LoadScope scope;
+  const LoadScope scope(runNumber);
   if (LoadScope::IsOutermost()) {
     return WithFreshTry([this] { return GetDQSubrunInfo(); }, std::tie(dqSubrunInfoLoaded, dqSubrunInfo));
   }

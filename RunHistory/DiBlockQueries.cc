@@ -39,7 +39,7 @@ unsigned int RunHistory::NLiveDCMs() {
 
 int RunHistory::NAnalysisChannels() {
   if (analysisChannelsCounted) { return nAnalysisChannels; }
-  const LoadScope scope(timeQueries, timeParsing);
+  const LoadScope scope(timeQueries, timeParsing, runNumber);
   if (LoadScope::IsOutermost()) {
     return WithFreshTry([this] { return NAnalysisChannels(); });
   }
@@ -56,7 +56,7 @@ int RunHistory::NAnalysisChannels() {
 RunHistory::DiBlock RunHistory::GetDiBlock(int index, bool loadAll) {
   const auto isThere = [&] { return index >= 0 && index < static_cast<int>(diBlocks.size()); };
   if (!hardwareLoaded || (loadAll && !HasAllDetInfo())) {
-    const LoadScope scope(timeQueries, timeParsing);
+    const LoadScope scope(timeQueries, timeParsing, runNumber);
     WithFreshTry([&] {
       LoadHardwareInfo();
       return isThere() && loadAll && LoadAllDetInfo();
@@ -108,7 +108,7 @@ bool RunHistory::HasAllDetInfo() const {
 
 bool RunHistory::LoadAllDetInfo() {
   if (HasAllDetInfo()) { return true; }
-  const LoadScope scope(timeQueries, timeParsing);
+  const LoadScope scope(timeQueries, timeParsing, runNumber);
   const bool isLoaded = WithFreshTry(
       [this] { return LoadDAQRunHistory() && LoadHardwareInfo() && LoadPixelInfo(0) && LoadAPDSettings(); });
   if (isLoaded) {

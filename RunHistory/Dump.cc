@@ -7,7 +7,7 @@
 namespace brio::dbi {
 
 void RunHistory::Dump() {
-  const LoadScope scope(timeQueries, timeParsing);
+  const LoadScope scope(timeQueries, timeParsing, runNumber);
   WriteLine(std::cout, "****************************************");
   WriteLine(std::cout, "Dump of run ", runNumber);
   WriteLine(std::cout, "****************************************\n");

@@ -48,7 +48,7 @@ bool RunHistory::LoadGoodDiBlockMask() {
     return true;
   }
 
-  const LoadScope scope(timeQueries, timeParsing);
+  const LoadScope scope(timeQueries, timeParsing, runNumber);
   if (LoadScope::IsOutermost()) {
     return WithFreshTry([this] { return LoadGoodDiBlockMask(); },
                         std::tie(goodDiBlockMaskLoaded, goodDiBlockMask));

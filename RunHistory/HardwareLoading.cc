@@ -127,7 +127,7 @@ Asked AskForHardware(const std::string& statement, const std::string& time, Tabl
 
 bool RunHistory::LoadHardwareInfo() {
   if (hardwareLoaded) { return true; }
-  const LoadScope scope(timeQueries, timeParsing);
+  const LoadScope scope(timeQueries, timeParsing, runNumber);
   if (LoadScope::IsOutermost()) {
     return WithFreshTry([this] { return LoadHardwareInfo(); });
   }

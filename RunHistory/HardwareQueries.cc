@@ -54,7 +54,7 @@ bool RunHistory::HasAPDInRecords(unsigned int daqChannel) {
 /// \return false when the board cannot be had for lack of APD settings, or the run lacks the channel's
 /// diblock
 bool RunHistory::LoadForLiveFEB(const ChannelParts& channel) {
-  const LoadScope scope(timeQueries, timeParsing);
+  const LoadScope scope(timeQueries, timeParsing, runNumber);
   if (LoadScope::IsOutermost()) {
     return WithFreshTry([&] { return LoadForLiveFEB(channel); });
   }

@@ -45,7 +45,7 @@ void StoreConfiguration(RunHistory::FEB& feb, const std::string& dcmName, int po
 bool RunHistory::LoadPixelInfo(int tryNumber) {
   bool tryAgain = false;
   if (pixelInfoLoaded || maxLoadRetries < tryNumber) { return LoadPixelInfoOnce(tryNumber, tryAgain); }
-  const LoadScope scope(timeQueries, timeParsing);
+  const LoadScope scope(timeQueries, timeParsing, runNumber);
   int n = tryNumber;
   return WithFreshTry([&] {
     for (;; n += kTryStep) {

@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "RunHistory/GainsDigest.h"
 #include "RunHistory/NumberText.h"
 #include "database/PerformPGQuery.h"
 #include "experiment/DAQChannelMap.h"
@@ -67,10 +68,20 @@ void GainsReader::Begin(const char* serial, int batch) {
   batchGoesOn_ = isNew;
 }
 
+std::string GainsReader::Name() const { return kGainsDigest; }
+
+std::string GainsReader::Bytes() const { return GainsBytes(gains_); }
+
+bool GainsReader::Restore(std::string_view bytes) {
+  auto gains = GainsFrom(bytes);
+  current_ = nullptr;
+  gains_ = gains ? std::move(*gains) : GainsBySerial();
+  return gains.has_value();
+}
+
 std::optional<GainsBySerial> PullGains(Table& table, int detector) {
   GainsReader reader(detector);
-  const auto take = [&reader](const RowView& row) { reader.Take(row); };
-  if (!PerformPGQuery(kGainsStatement, table, take, kColumns)) { return std::nullopt; }
+  if (!PerformPGQuery(kGainsStatement, table, reader, kColumns)) { return std::nullopt; }
   return reader.TakeGains();
 }
 

@@ -4,9 +4,11 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
+#include "database/RowDigest.h"
 #include "database/RowView.h"
 
 namespace brio::dbi {
@@ -21,10 +23,14 @@ extern const char* const kGainsStatement;
 
 /// Takes the rows of that statement in their order. Of each APD only the highest batch counts; where it
 /// measured a pixel at several temperatures, the warmest wins. Pixels without a measurement are 100.
-class GainsReader {
+/// What it keeps is a hundredth of the rows.
+class GainsReader final : public RowDigest {
 public:
   explicit GainsReader(int detector);
-  void Take(const RowView& row);
+  void Take(const RowView& row) override;
+  std::string Name() const override;
+  std::string Bytes() const override;
+  bool Restore(std::string_view bytes) override;
   GainsBySerial TakeGains() { return std::move(gains_); }
 
 private:

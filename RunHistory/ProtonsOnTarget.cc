@@ -12,7 +12,7 @@ namespace brio::dbi {
 bool RunHistory::LoadPOT() {
   if (potLoaded) { return true; }
   totalPOT = 0.0F;
-  const LoadScope scope(timeQueries, timeParsing);
+  const LoadScope scope(timeQueries, timeParsing, runNumber);
   if (LoadScope::IsOutermost()) {
     return WithFreshTry([this] { return LoadPOT(); }, std::tie(potLoaded, totalPOT));
   }

@@ -16,6 +16,7 @@ struct ThreadLoad {
   bool wasInterrupted = false;
   bool timesQueries = false;
   bool timesParsing = false;
+  std::optional<int> run;
   std::chrono::steady_clock::duration timeSpent{0};
   std::map<std::string, std::shared_ptr<Session>> sessions;
   std::map<std::string, std::string> failures;
@@ -39,15 +40,19 @@ void RestSessions() {
 
 LoadScope::LoadScope() : LoadScope(load.timesQueries, load.timesParsing) {}
 
-LoadScope::LoadScope(bool timeQueries, bool timeParsing)
+LoadScope::LoadScope(int run) : LoadScope(load.timesQueries, load.timesParsing, run) {}
+
+LoadScope::LoadScope(bool timeQueries, bool timeParsing, std::optional<int> run)
     : timedQueriesBefore_(std::exchange(load.timesQueries, timeQueries)),
-      timedParsingBefore_(std::exchange(load.timesParsing, timeParsing)) {
+      timedParsingBefore_(std::exchange(load.timesParsing, timeParsing)),
+      runBefore_(std::exchange(load.run, run ? run : load.run)) {
   if (++load.depth == 1) { load.timeSpent = {}; }
 }
 
 LoadScope::~LoadScope() {
   load.timesQueries = timedQueriesBefore_;
   load.timesParsing = timedParsingBefore_;
+  load.run = runBefore_;
   if (--load.depth > 0) { return; }
   if (load.keepsSessions) {
     RestSessions();
@@ -98,6 +103,8 @@ std::string Failure(const std::string& connectionString) {
 void NoteFailure(const std::string& connectionString, const std::string& reason) {
   if (load.keepsSessions && IsActive()) { load.failures[connectionString] = reason; }
 }
+
+std::optional<int> Run() { return load.run; }
 
 void NoteInterruption() { load.wasInterrupted = IsActive(); }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <optional>
+
 namespace brio::dbi {
 
 /// Marks one load on the calling thread. Tables used while a scope is alive share one connection for each
@@ -14,7 +16,10 @@ public:
   /// \param timeQueries  whether the scope's statements that no Table sends log their wall time, as a Table
   ///                     does (SetTimeQueries)
   /// \param timeParsing  the same of taking rows apart
-  LoadScope(bool timeQueries, bool timeParsing);
+  /// \param run  whose facts are loaded, for a source that keeps runs apart; else the outer scope's
+  LoadScope(bool timeQueries, bool timeParsing, std::optional<int> run = std::nullopt);
+  /// The same with the outer scope's word on logging times.
+  explicit LoadScope(int run);
   ~LoadScope();
   LoadScope(const LoadScope&) = delete;
   LoadScope& operator=(const LoadScope&) = delete;
@@ -34,6 +39,7 @@ public:
 private:
   bool timedQueriesBefore_;
   bool timedParsingBefore_;
+  std::optional<int> runBefore_;
 };
 
 }  // namespace brio::dbi

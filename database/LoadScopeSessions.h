@@ -2,13 +2,15 @@
 
 #include <chrono>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace brio::dbi {
 
 class Session;
 
-/// The sessions that the calling thread's load shares, by expanded connection string.
+/// The sessions that the calling thread's load shares, by expanded connection string (and
+/// what else tells them apart).
 namespace loadscope {
 
 /// True while the thread has a load scope.
@@ -25,6 +27,8 @@ int LeastRetries();
 std::string Failure(const std::string& connectionString);
 /// Remembers that until the load ends or leaves its connections, where sessions are kept.
 void NoteFailure(const std::string& connectionString, const std::string& reason);
+/// The run whose facts the innermost scope that names one loads.
+std::optional<int> Run();
 /// Remembers for LoadScope::WasInterrupted that a statement failed for a reason that can pass.
 void NoteInterruption();
 /// What the load has spent at its databases so far.

@@ -77,6 +77,20 @@ std::optional<int> PerformPGQuery(const std::string& query, Table& table, const 
   return nRows;
 }
 
+std::optional<int> PerformPGQuery(const std::string& query, Table& table, RowDigest& digest, int columns) {
+  long nRows = 0;
+  const bool succeeded = Perform(query, table, [&](bool& hasRows) {
+    PGresult* end = nullptr;
+    const bool wasSent = table.ExecuteSQL(query, digest, nRows, end, columns);
+    hasRows = IsRows(end);
+    PQclear(end);
+    return wasSent;
+  });
+  if (!succeeded) { return std::nullopt; }
+  ReportRows(static_cast<int>(nRows));
+  return static_cast<int>(nRows);
+}
+
 #ifdef BRIO_HAS_AUTO_PTR
 #if defined(__GNUC__)
 #pragma GCC diagnostic push

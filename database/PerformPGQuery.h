@@ -29,6 +29,10 @@ bool PerformPGQuery(const std::string& query, Table& table, Rows& rows, int colu
 std::optional<int> PerformPGQuery(const std::string& query, Table& table, const RowConsumer& take,
                                   int columns = 0);
 
+/// The same for a consumer that a source may give what it once kept of the rows.
+/// \return how many there were, or once were
+std::optional<int> PerformPGQuery(const std::string& query, Table& table, RowDigest& digest, int columns = 0);
+
 // std::auto_ptr was dropped from C++17 but is still there in the standard libraries that say so.
 #if defined(__GLIBCXX__) || __cplusplus < 201703L || defined(_LIBCPP_ENABLE_CXX17_REMOVED_AUTO_PTR)
 #define BRIO_HAS_AUTO_PTR 1

@@ -56,6 +56,12 @@ bool PostgreSQLSession::IsUsable() const {
   return connection_ && connection_.get_deleter().IsOwner() && PQstatus(connection_.get()) == CONNECTION_OK;
 }
 
+SessionSource PostgreSQLSession::Source() const {
+  if (!connection_) { return {}; }
+  const auto text = [](const char* value) { return std::string(value != nullptr ? value : ""); };
+  return {text(PQhost(connection_.get())), text(PQdb(connection_.get()))};
+}
+
 /// \param take  for the rows, one by one; null to have them in the result
 ResultHandle PostgreSQLSession::Run(const Statement& statement, const RowConsumer* take) {
   if (isGivingRows_) {

@@ -24,6 +24,7 @@ public:
   PostgreSQLSession(ConnectionHandle connection, TimeLimits limits);
   ~PostgreSQLSession() override;
 
+  using Session::ExecuteByRow;
   ResultHandle Execute(const Statement& statement) override { return Run(statement, nullptr); }
   ResultHandle ExecuteByRow(const Statement& statement, const RowConsumer& take) override {
     return Run(statement, &take);
@@ -32,6 +33,7 @@ public:
   bool IsUsable() const override;
   void ReadOneState() override { readsOneState_ = true; }
   void Rest() noexcept override;
+  SessionSource Source() const override;
   void Close() noexcept override;
 
 private:

@@ -8,7 +8,13 @@
 #include "database/DatabaseTime.h"
 #include "database/LoadScopeSessions.h"
 #include "database/PostgreSQLSession.h"
+#include "database/RowDigest.h"
+#include "database/snapshot/AnswerKey.h"
+#include "database/snapshot/Recording.h"
+#include "database/snapshot/SnapshotPath.h"
+#include "database/snapshot/SnapshotSession.h"
 #include "framework/MessageLogger.h"
+#include "framework/exception.h"
 
 namespace brio::dbi {
 namespace {
@@ -35,23 +41,56 @@ Answer Session::Ask(const Statement& statement) {
   return {wasSent, Rows(std::move(result))};
 }
 
-std::shared_ptr<Session> AcquireSession(const std::string& detector, DatabaseKind kind, int retries) {
+ResultHandle Session::ExecuteByRow(const Statement& statement, RowDigest& digest) {
+  return ExecuteByRow(statement, [&digest](const RowView& row) { digest.Take(row); });
+}
+
+namespace {
+
+/// A session that answers from a file; null, with the reason logged, when the file cannot be read.
+std::shared_ptr<Session> OpenSnapshot(const std::string& name, const std::string& detector, DatabaseKind kind,
+                                      std::string& reason) {
+  try {
+    return std::make_shared<snapshot::SnapshotSession>(
+        snapshot::SnapshotFile::Open(snapshot::SnapshotPath(name)), detector, kind);
+  } catch (const cet::exception& error) {
+    reason = error.message();
+    LogError("BrioDatabase") << reason;
+    return nullptr;
+  }
+}
+
+std::shared_ptr<Session> SharedSession(const std::string& detector, DatabaseKind kind, int retries) {
   const auto connectionString = ExpandConnectionString(detector, kind);
   if (!connectionString) { return nullptr; }
+  const auto file = snapshot::SnapshotName(*connectionString);
   std::string reason;
-  if (!loadscope::IsActive()) { return OpenSession(*connectionString, retries, reason); }
-  if (auto shared = loadscope::Find(*connectionString)) { return shared; }
-  if (const auto failure = loadscope::Failure(*connectionString); !failure.empty()) {
+  const auto open = [&](int tries) {
+    return file ? OpenSnapshot(*file, detector, kind, reason) : OpenSession(*connectionString, tries, reason);
+  };
+  if (!loadscope::IsActive()) { return open(retries); }
+  // A server's databases may be one; a snapshot knows which of them was asked.
+  std::string name = *connectionString;
+  if (file) { name += '\n' + detector + '\n' + snapshot::NameOf(kind); }
+  if (auto shared = loadscope::Find(name)) { return shared; }
+  if (const auto failure = loadscope::Failure(name); !failure.empty()) {
     LogError("BrioDatabase") << failure;
     return nullptr;
   }
-  auto session = OpenSession(*connectionString, std::max(retries, loadscope::LeastRetries()), reason);
+  auto session = open(std::max(retries, loadscope::LeastRetries()));
   if (session) {
-    loadscope::Share(*connectionString, session);
+    loadscope::Share(name, session);
   } else {
-    loadscope::NoteFailure(*connectionString, reason);
+    loadscope::NoteFailure(name, reason);
   }
   return session;
+}
+
+}  // namespace
+
+std::shared_ptr<Session> AcquireSession(const std::string& detector, DatabaseKind kind, int retries) {
+  auto session = SharedSession(detector, kind, retries);
+  return session ? recording::Wrap(std::move(session), detector, kind) : nullptr;
 }
 
 }  // namespace brio::dbi

@@ -11,6 +11,8 @@
 
 namespace brio::dbi {
 
+class RowDigest;
+
 /// One statement.
 struct Statement {
   std::string text;
@@ -24,6 +26,12 @@ struct Statement {
 struct GivenRows {
   long count = 0;
   std::chrono::nanoseconds taken{0};
+};
+
+/// What may be said of where answers come from: no user, no password.
+struct SessionSource {
+  std::string host;  ///< or the folder of a Unix socket
+  std::string database;
 };
 
 /// An open source of answers: a connection to a server, or whatever else stands where a server stands.
@@ -46,6 +54,9 @@ public:
   /// The result has none. The consumer cannot use the session: what it asks there is not sent (null, with an
   /// error logged), and closing waits until the rows have been given.
   virtual ResultHandle ExecuteByRow(const Statement& statement, const RowConsumer& take) = 0;
+  /// The same for a consumer that can also be given what it once kept of the rows. This gives it the rows; a
+  /// source that is no server may have that instead, and LastGiven counts what the server once gave.
+  virtual ResultHandle ExecuteByRow(const Statement& statement, RowDigest& digest);
   /// What the last statement gave to a consumer.
   virtual GivenRows LastGiven() const { return {}; }
   /// False once the session was closed or its connection was lost.
@@ -55,6 +66,8 @@ public:
   /// Ends the state that was read. The session can be used again, and then reads another state, unless it
   /// was closed: a source that cannot do better is.
   virtual void Rest() noexcept { Close(); }
+  /// Empty when it is closed.
+  virtual SessionSource Source() const { return {}; }
   /// Ends what is open; harmless when nothing is.
   virtual void Close() noexcept = 0;
 };

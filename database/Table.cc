@@ -244,6 +244,17 @@ bool Table::ExecuteSQL(std::string statement, const RowConsumer& take, PGresult*
   return result != nullptr;
 }
 
+bool Table::ExecuteSQL(std::string statement, RowDigest& digest, long& rows, PGresult*& result, int columns) {
+  rows = 0;
+  result = nullptr;
+  result = Timed<ResultHandle>([&](Session& session) {
+             auto end = session.ExecuteByRow({std::move(statement), {}, false, columns}, digest);
+             rows = session.LastGiven().count;
+             return end;
+           }).release();
+  return result != nullptr;
+}
+
 bool Table::ExecuteSQL(std::string statement, std::optional<Rows>& rows, int columns) {
   auto answer = Timed<Answer>([&](Session& session) {
     return session.Ask({std::move(statement), {}, false, columns});

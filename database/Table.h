@@ -16,6 +16,7 @@
 
 namespace brio::dbi {
 
+class RowDigest;
 class Session;
 struct Statement;
 
@@ -110,6 +111,9 @@ public:
   bool ExecuteSQL(std::string statement, const RowConsumer& take, PGresult*& result, int columns = 0);
   /// How many rows the last statement gave to its consumer.
   long RowsGiven() const { return rowsGiven_; }
+  /// The same for a consumer that a source may give what it once kept of the rows. \param rows  how many the
+  /// server gave, or once gave
+  bool ExecuteSQL(std::string statement, RowDigest& digest, long& rows, PGresult*& result, int columns = 0);
   /// The same for a reader who does not need libpq's form of the rows. `rows` is nothing when the statement
   /// failed, or is not one that returns rows.
   bool ExecuteSQL(std::string statement, std::optional<Rows>& rows, int columns = 0);

@@ -1,7 +1,7 @@
 # Installed hardware: records, pulls, the location map, and questions about channels.
 brio_unit_test(RunHistory.hardware.unit
   SOURCES BoardIndexTest.cc HardwareDateTest.cc HardwareRecordsTest.cc NumberTextTest.cc OfflineBoardsTest.cc
-          PixelGainsTest.cc StatementTimeTest.cc
+          GainsDigestTest.cc PixelGainsTest.cc StatementTimeTest.cc
   LIBS brio::RunHistory brio_test_support)
 
 brio_server_test(RunHistory.hardware

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "RunHistory/PixelGains.h"
+
+namespace brio::dbi {
+
+/// The form of these bytes; another form needs another name (docs/snapshots.md).
+inline constexpr const char* kGainsDigest = "gains by APD and DAQ pixel, 1";
+
+/// Gains as bytes, to the bit.
+std::string GainsBytes(const GainsBySerial& gains);
+
+/// The gains that gave these bytes; nothing when none could.
+std::optional<GainsBySerial> GainsFrom(std::string_view bytes);
+
+}  // namespace brio::dbi

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "database/snapshot/AnswerKey.h"
+#include "database/snapshot/SQLite.h"
+#include "database/snapshot/SavedRun.h"
+#include "database/snapshot/StoredAnswer.h"
+
+namespace brio::dbi::snapshot {
+
+/// What stands in the row of a run's key.
+ContentHash HashOf(const SavedRun& run, const std::vector<ContentHash>& answers);
+
+/// A run with its number in the file.
+struct RunRow : SavedRun {
+  std::int64_t id = 0;
+};
+
+/// The blocks that somebody uses, so that none is decompressed twice.
+using BlocksInUse = std::map<ContentHash, std::weak_ptr<const std::string>>;
+
+/// A run, or one answer that belongs to none, of which everything was read and found whole.
+struct VerifiedAnswers {
+  /// By the hash of the question, which was read with the answer: an index may lead to another's.
+  std::map<ContentHash, std::shared_ptr<const StoredAnswer>> byQuestion;
+  std::size_t bytes = 0;  ///< of all blocks
+};
+
+/// The tables of an open snapshot. \throws SnapshotError from all, when the file is damaged
+class SnapshotTables {
+public:
+  /// \throws cet::exception "BrioDatabase" with the file's name when it is no snapshot, or of another version
+  explicit SnapshotTables(const std::string& path);
+
+  std::string Value(const std::string& key) const;
+  std::int64_t Count(const std::string& what) const;
+
+  std::vector<RunRow> Runs() const;
+  std::optional<RunRow> FindRun(const std::string& detector, int run) const;
+  /// Those of a question, the one saved last first.
+  std::vector<std::int64_t> AnswersTo(const ContentHash& question) const;
+  std::vector<std::int64_t> RunsWith(std::int64_t answer) const;
+  std::vector<std::int64_t> AnswersOfNoRun() const;
+
+  /// Every run with what it takes up.
+  std::vector<RunContents> Contents() const;
+
+  /// Reads all of a run, and checks it.
+  VerifiedAnswers ReadRun(std::int64_t run, BlocksInUse& blocks) const;
+  /// The same of one answer.
+  VerifiedAnswers ReadAnswer(std::int64_t answer, BlocksInUse& blocks) const;
+  /// What SQLite itself finds wrong with the file; empty for nothing.
+  std::string IntegrityComplaint() const;
+
+  const SQLiteFile& File() const { return file_; }
+
+private:
+  RunRow RunAt(SQLiteQuery& query) const;
+  void ReadAnswers(SQLiteQuery& query, BlocksInUse& blocks, VerifiedAnswers& verified,
+                   std::vector<ContentHash>& hashes) const;
+  Block ReadBlock(const ContentHash& hash, BlocksInUse& blocks) const;
+
+  SQLiteFile file_;
+};
+
+}  // namespace brio::dbi::snapshot
