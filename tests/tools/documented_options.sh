@@ -26,7 +26,7 @@ completes() {
 }
 
 verbs=$("$command" --help | sed -n '/^Subcommands:/,/^$/s/^  \([a-z]*\) .*/\1/p')
-[[ $(wc -w <<<"$verbs") -eq 10 ]] || fail "the help names these verbs: $verbs"
+[[ $(wc -w <<<"$verbs") -eq 11 ]] || fail "the help names these verbs: $verbs"
 [[ $(completes '' | grep -v '^--' | sort) == $(sort <<<"$verbs") ]] || fail "bash completes other verbs"
 for verb in $verbs; do
   grep -qE "^\.BI? $verb( |\$)" <<<"$manual" || fail "the man page has no $verb"
@@ -43,6 +43,7 @@ for quantity in $("$command" map --help | sed -n 's/.*QUANTITY:{\([^}]*\)}.*/\1/
   completes map "$quantity" | grep -qxF "$quantity" || fail "bash does not complete map $quantity"
 done
 [[ $(completes map ga) == gain ]] || fail "bash does not complete a quantity"
+[[ $(completes snapshot v) == verify ]] || fail "bash does not complete an action"
 [[ $(completes map gain --format s) == svg ]] || fail "bash does not complete a format"
 
 exit $((failures > 0))
