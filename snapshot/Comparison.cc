@@ -14,7 +14,6 @@ namespace brio::snapshot {
 namespace {
 
 using dbi::Cell;
-using dbi::snapshot::AnswerSet;
 using dbi::snapshot::RecordedAnswer;
 using dbi::snapshot::StoredAnswer;
 using dbi::snapshot::StoredColumn;

@@ -46,7 +46,7 @@ std::vector<RunSource> RunRecorder::Sources() const {
 namespace {
 
 std::shared_ptr<RecordedRun> RecordOnce(const std::string& detector, int run, bool& wasInterrupted) {
-  const auto recorded = std::make_shared<RecordedRun>();
+  auto recorded = std::make_shared<RecordedRun>();
   const dbi::recording::OnThisThread recording({recorded, &recorded->answers});
   const AskedRun asked = AskForAll(run, detector);
   wasInterrupted = asked.wasInterrupted;

@@ -95,7 +95,9 @@ std::shared_ptr<snapshot::Recorder> MakeFromEnvironment() {
   if (path == nullptr || *path == '\0') { return nullptr; }
   // Never deleted: sessions may use it until the process ends.
   static auto* const recorder = new std::shared_ptr<ProcessRecorder>(std::make_shared<ProcessRecorder>(path));
-  std::atexit([] { (*recorder)->Write(); });
+  if (std::atexit([] { (*recorder)->Write(); }) != 0) {
+    LogError("BrioDatabase") << "what this process reads is not recorded: its end cannot be waited for";
+  }
   return *recorder;
 }
 

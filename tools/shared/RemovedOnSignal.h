@@ -21,7 +21,7 @@ private:
 /// One at a time.
 class RemovedOnSignal {
 public:
-  explicit RemovedOnSignal(const std::string& path);
+  explicit RemovedOnSignal(const std::string& removed);
   ~RemovedOnSignal();
   RemovedOnSignal(const RemovedOnSignal&) = delete;
   RemovedOnSignal& operator=(const RemovedOnSignal&) = delete;
