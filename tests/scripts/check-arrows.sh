@@ -100,7 +100,7 @@ mkdir "$scratch/elsewhere"
 expect 2 "$scratch/elsewhere" "a folder that is no source tree"
 expect 2 --no-such-option "an unknown option"
 expect 0 --help "--help"
-if [[ $messages != *"tools -> arrays -> RunHistory -> experiment -> database -> framework"* ]]; then
+if [[ $messages != *"tools -> arrays, snapshot -> RunHistory -> experiment -> database -> framework"* ]]; then
   fail "--help does not show the chain: $messages"
 fi
 

@@ -50,5 +50,19 @@ INSTANTIATE_TEST_SUITE_P(Runs, Equality, testing::ValuesIn(AllRuns()), [](const 
   return std::string(run.param.first) + std::to_string(run.param.second);
 });
 
+TEST(EqualityOfRetries, HoldsForAConfigurationThatIsNotThere) {
+  const std::string server = server::Template("small");
+  const SavedFile file({{"Birch", 13015}}, server);
+  const auto seen = [](const std::string& databases) {
+    const EnvironmentVariable database("BRIO_DATABASE", databases);
+    dbi::RunHistory run(13015, "Birch");
+    run.SetMaxLoadRetries(1);
+    return Seen([&run] { return std::string(run.LoadPixelInfo(0) ? "loaded" : "not loaded"); });
+  };
+  const std::string expected = seen(server);
+  EXPECT_NE(expected.find("giving up"), std::string::npos) << expected;
+  EXPECT_EQ(FirstDifference(seen(file.Database()), expected), "");
+}
+
 }  // namespace
 }  // namespace brio::test
