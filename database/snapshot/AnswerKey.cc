@@ -5,17 +5,12 @@
 #include "database/LittleEndian.h"
 
 namespace brio::dbi::snapshot {
-namespace {
-
-/// As SQLite's NOCASE compares: ASCII letters only, whatever the locale.
 std::string LowerCase(std::string text) {
   std::transform(text.begin(), text.end(), text.begin(), [](char character) {
     return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a') : character;
   });
   return text;
 }
-
-}  // namespace
 
 const char* NameOf(DatabaseKind kind) {
   switch (kind) {

@@ -29,6 +29,9 @@ struct AnswerKey {
 /// The kind's name, as {database} in a connection string becomes.
 const char* NameOf(DatabaseKind kind);
 
+/// As SQLite's NOCASE compares: ASCII letters only, whatever the locale.
+std::string LowerCase(std::string text);
+
 /// Parameters as the bytes that a snapshot stores (docs/snapshots.md).
 std::string EncodedParameters(const std::vector<std::string>& parameters);
 

@@ -128,31 +128,26 @@ std::vector<std::string> SharedSnapshot::VerifyAll() {
 std::shared_ptr<const StoredAnswer> SharedSnapshot::Find(const AnswerKey& key, std::optional<int> run) {
   const std::lock_guard<std::mutex> lock(mutex_);
   try {
-    const auto question = tables_->FindQuestion(key);
     if (run) {
       const auto row = tables_->FindRun(key.detector, *run);
-      if (row) { return FindInRun(key, *row, question); }
+      if (row) { return FindInRun(key, *row); }
     }
-    if (question) {
-      if (auto answer = FindAnywhere(*question, !run)) { return answer; }
-    }
+    if (auto answer = FindAnywhere(HashOf(key), !run)) { return answer; }
     if (run) { LacksRun(key.detector, *run); }
     Lacks(key);
   } catch (const SnapshotError& error) { IsDamaged(error.what()); }
 }
 
 /// What a job asked of its own accord while it loaded a run may belong to no run.
-std::shared_ptr<const StoredAnswer> SharedSnapshot::FindInRun(const AnswerKey& key, const RunRow& run,
-                                                              std::optional<std::int64_t> question) {
+std::shared_ptr<const StoredAnswer> SharedSnapshot::FindInRun(const AnswerKey& key, const RunRow& run) {
   std::shared_ptr<const VerifiedAnswers> verified;
   try {
     verified = Verified(run.id);
   } catch (const SnapshotError& error) { IsDamaged(Named(run) + ": " + error.what()); }
-  if (question) {
-    const auto found = verified->byQuestion.find(*question);
-    if (found != verified->byQuestion.end()) { return found->second; }
-    if (auto answer = FindAnywhere(*question, false)) { return answer; }
-  }
+  const auto question = HashOf(key);
+  const auto found = verified->byQuestion.find(question);
+  if (found != verified->byQuestion.end()) { return found->second; }
+  if (auto answer = FindAnywhere(question, false)) { return answer; }
   if (run.state == RunState::Part) {
     throw cet::exception("BrioDatabase") << "snapshot " << path_ << " holds only a part of " << Named(run)
                                          << ", without the answer to: " << key.statement;
@@ -161,17 +156,15 @@ std::shared_ptr<const StoredAnswer> SharedSnapshot::FindInRun(const AnswerKey& k
 }
 
 /// The answer saved last that is whole; null when there is none.
-std::shared_ptr<const StoredAnswer> SharedSnapshot::FindAnywhere(std::int64_t question, bool alsoInRuns) {
+std::shared_ptr<const StoredAnswer> SharedSnapshot::FindAnywhere(const ContentHash& question,
+                                                                 bool alsoInRuns) {
   std::optional<std::string> complaint;
   for (const auto answer : tables_->AnswersTo(question)) {
     std::vector<Unit> units = tables_->RunsWith(answer);
     if (!units.empty() && !alsoInRuns) { continue; }
     if (units.empty()) { units.push_back(-answer); }
     // One that is known to be whole saves reading another.
-    std::stable_partition(units.begin(), units.end(), [&](Unit unit) {
-      return std::any_of(known_.begin(), known_.end(),
-                         [&](const Known& known) { return known.unit == unit; });
-    });
+    std::stable_partition(units.begin(), units.end(), [&](Unit unit) { return IsKnown(unit); });
     for (const auto unit : units) {
       try {
         const auto verified = Verified(unit);
@@ -184,6 +177,10 @@ std::shared_ptr<const StoredAnswer> SharedSnapshot::FindAnywhere(std::int64_t qu
   }
   if (complaint) { throw SnapshotError(*complaint); }
   return nullptr;
+}
+
+bool SharedSnapshot::IsKnown(Unit unit) const {
+  return std::any_of(known_.begin(), known_.end(), [&](const Known& known) { return known.unit == unit; });
 }
 
 std::shared_ptr<const VerifiedAnswers> SharedSnapshot::Verified(Unit unit) {
@@ -214,10 +211,7 @@ void SharedSnapshot::Keep(Unit unit, const std::shared_ptr<const VerifiedAnswers
 
 void SharedSnapshot::LacksRun(const std::string& detector, int run) const {
   const auto runs = tables_->Runs();
-  const auto same = [&](const RunRow& row) {
-    return HashOf(AnswerKey(row.detector, DatabaseKind::Runs, {})) ==
-           HashOf(AnswerKey(detector, DatabaseKind::Runs, {}));
-  };
+  const auto same = [&](const RunRow& row) { return LowerCase(row.detector) == LowerCase(detector); };
   cet::exception error("BrioDatabase");
   error << "snapshot " << path_ << " holds ";
   std::vector<RunRow> ofDetector;

@@ -60,9 +60,9 @@ private:
   bool BeginUse();
   std::shared_ptr<const VerifiedAnswers> Verified(Unit unit);
   void Keep(Unit unit, const std::shared_ptr<const VerifiedAnswers>& answers);
-  std::shared_ptr<const StoredAnswer> FindInRun(const AnswerKey& key, const RunRow& run,
-                                                std::optional<std::int64_t> question);
-  std::shared_ptr<const StoredAnswer> FindAnywhere(std::int64_t question, bool alsoInRuns);
+  bool IsKnown(Unit unit) const;
+  std::shared_ptr<const StoredAnswer> FindInRun(const AnswerKey& key, const RunRow& run);
+  std::shared_ptr<const StoredAnswer> FindAnywhere(const ContentHash& question, bool alsoInRuns);
   [[noreturn]] void Lacks(const AnswerKey& key) const;
   [[noreturn]] void LacksRun(const std::string& detector, int run) const;
   [[noreturn]] void IsDamaged(const std::string& what) const;

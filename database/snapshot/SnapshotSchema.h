@@ -7,8 +7,8 @@ namespace brio::dbi::snapshot {
 
 /// In the header of a snapshot (SQLite's application_id): "Brio".
 inline constexpr int kApplicationId = 0x4272696F;
-/// SQLite's user_version. It changes with the format, and with the texts of the statements that the library
-/// sends: a snapshot answers only the texts that it was saved with.
+/// SQLite's user_version. It changes with the format, with the forms of digests, and with the texts of the
+/// statements that the library sends: a snapshot answers only the texts that it was saved with.
 inline constexpr int kSnapshotVersion = 1;
 
 /// What the bytes of an answer's blocks are.

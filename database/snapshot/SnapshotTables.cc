@@ -135,15 +135,11 @@ std::optional<RunRow> SnapshotTables::FindRun(const std::string& detector, int r
   SQLiteQuery query(file_, std::string(kRunColumns) + "WHERE detector = ? AND run = ?");
   query.Bind(detector).Bind(std::int64_t{run});
   if (!query.Step()) { return std::nullopt; }
-  return RunAt(query);
-}
-
-std::optional<std::int64_t> SnapshotTables::FindQuestion(const AnswerKey& key) const {
-  SQLiteQuery query(file_, "SELECT id FROM question WHERE hash = ?");
-  const auto hash = HashOf(key);
-  query.BindBytes(BytesOf(hash));
-  if (!query.Step()) { return std::nullopt; }
-  return query.Number(0);
+  auto row = RunAt(query);
+  if (row.run != run || LowerCase(row.detector) != LowerCase(detector)) {
+    throw SnapshotError("run " + std::to_string(run) + " of " + detector + " is not where it should be");
+  }
+  return row;
 }
 
 namespace {
@@ -158,9 +154,12 @@ std::vector<std::int64_t> Numbers(SQLiteQuery& query) {
 
 }  // namespace
 
-std::vector<std::int64_t> SnapshotTables::AnswersTo(std::int64_t question) const {
-  SQLiteQuery query(file_, "SELECT id FROM answer WHERE question = ? ORDER BY id DESC");
-  return Numbers(query.Bind(question));
+std::vector<std::int64_t> SnapshotTables::AnswersTo(const ContentHash& question) const {
+  SQLiteQuery query(
+      file_,
+      "SELECT a.id FROM question q JOIN answer a ON a.question = q.id WHERE q.hash = ? ORDER BY a.id "
+      "DESC");
+  return Numbers(query.BindBytes(BytesOf(question)));
 }
 
 std::vector<std::int64_t> SnapshotTables::RunsWith(std::int64_t answer) const {
@@ -252,7 +251,7 @@ void SnapshotTables::ReadAnswers(SQLiteQuery& query, BlocksInUse& blocks, Verifi
       verified.bytes += used.back()->size();
       if (verified.bytes > kLargestRun) { throw SnapshotError("it is too large"); }
     }
-    verified.byQuestion[record.question] = std::make_shared<const StoredAnswer>(record, std::move(used));
+    verified.byQuestion[question] = std::make_shared<const StoredAnswer>(record, std::move(used));
     hashes.push_back(hash);
   }
 }

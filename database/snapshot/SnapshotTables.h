@@ -26,7 +26,8 @@ using BlocksInUse = std::map<ContentHash, std::weak_ptr<const std::string>>;
 
 /// A run, or one answer that belongs to none, of which everything was read and found whole.
 struct VerifiedAnswers {
-  std::map<std::int64_t, std::shared_ptr<const StoredAnswer>> byQuestion;
+  /// By the hash of the question, which was read with the answer: an index may lead to another's.
+  std::map<ContentHash, std::shared_ptr<const StoredAnswer>> byQuestion;
   std::size_t bytes = 0;  ///< of all blocks
 };
 
@@ -41,9 +42,8 @@ public:
 
   std::vector<RunRow> Runs() const;
   std::optional<RunRow> FindRun(const std::string& detector, int run) const;
-  std::optional<std::int64_t> FindQuestion(const AnswerKey& key) const;
   /// Those of a question, the one saved last first.
-  std::vector<std::int64_t> AnswersTo(std::int64_t question) const;
+  std::vector<std::int64_t> AnswersTo(const ContentHash& question) const;
   std::vector<std::int64_t> RunsWith(std::int64_t answer) const;
   std::vector<std::int64_t> AnswersOfNoRun() const;
 

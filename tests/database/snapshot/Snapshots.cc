@@ -1,5 +1,7 @@
 #include "tests/database/snapshot/Snapshots.h"
 
+#include <random>
+
 namespace brio::test {
 
 using dbi::snapshot::RecordedRows;
@@ -49,10 +51,11 @@ std::string WriteSample(const TemporaryFolder& folder, int rows) {
   const std::string path = folder.Path() + "/sample.brio";
   SnapshotWriter writer(path);
   const auto shared = writer.Add(Key("shared"), TextColumns(1), Recorded({{"the same"}}));
+  std::mt19937 random(1);
   for (const int run : {13000, 13001}) {
     ValueRows facts;
     for (int i = 0; i < rows; ++i) {
-      facts.push_back({std::to_string(run) + ' ' + std::to_string(i), std::to_string(i % 3)});
+      facts.push_back({std::to_string(random()) + std::to_string(random()), std::to_string(i % 3)});
     }
     const auto own = writer.Add(Key("facts of " + std::to_string(run)), TextColumns(2), Recorded(facts));
     writer.AddRun(SavedRunOf(run), {shared, own});

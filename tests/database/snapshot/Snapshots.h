@@ -38,8 +38,9 @@ std::optional<ValueRows> RowsOf(dbi::Session& session, const dbi::Statement& sta
 dbi::snapshot::SavedRun SavedRunOf(int number, const std::string& detector = "Birch",
                                    dbi::snapshot::RunState state = dbi::snapshot::RunState::Whole);
 
-/// Writes a snapshot of two runs of Birch, 13000 and 13001, and gives its path. "facts of N" has two columns
-/// and belongs to run N, with `rows` rows; "shared" belongs to both; "own" to none.
+/// Writes a snapshot of two runs of Birch, 13000 and 13001, and gives its path. "facts of N" has two columns,
+/// of which the first is noise, and belongs to run N, with `rows` rows; "shared" belongs to both; "own" to
+/// none.
 std::string WriteSample(const TemporaryFolder& folder, int rows = 3);
 
 }  // namespace brio::test
