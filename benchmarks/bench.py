@@ -13,6 +13,7 @@ from driver.clients import storm
 from driver.loads import Loads
 from driver.programs import Programs, say
 from driver.questions import Questions
+from driver.snapshots import Snapshots
 from driver.table import Table, machine
 
 
@@ -22,7 +23,7 @@ def read_arguments():
     parser.add_argument("--rounds", type=int, default=9, help="interleaved rounds of each measurement (default: 9)")
     parser.add_argument("--quick", action="store_true",
                         help="one round, and only answers and counts are judged, not times")
-    parser.add_argument("--only", choices=["loads", "growth", "questions", "clients"], help="only this part")
+    parser.add_argument("--only", choices=["loads", "growth", "questions", "clients", "snapshots"], help="only this part")
     return parser.parse_args()
 
 
@@ -74,6 +75,12 @@ def main():
         if wanted("clients"):
             with tempfile.TemporaryDirectory(prefix="brio-pool-", dir="/tmp") as pool:
                 storm(table, programs, pool, server_socket, 50 if options.quick else 1000)
+        # Last, since it adds runs to the sample.
+        if wanted("snapshots"):
+            command = os.path.join(options.programs, "..", "tools", "runhistory")
+            with tempfile.TemporaryDirectory(prefix="brio-pool-", dir="/tmp") as pool:
+                Snapshots(programs, command, folder).measure(table, server_socket, pool,
+                                                             50 if options.quick else 1000)
     print(table.markdown())
     print(f"\nMedians of {programs.rounds} interleaved rounds; in brackets, where it "
           f"shows, what the middle half of them lies between. Machine: {machine(version)}. "

@@ -6,6 +6,7 @@ install(DIRECTORY RunHistory/tables DESTINATION ${CMAKE_INSTALL_DATADIR}/brio/Ru
   FILES_MATCHING PATTERN "*.xml")
 install(DIRECTORY RunHistory/sql DESTINATION ${CMAKE_INSTALL_DATADIR}/brio/RunHistory
   FILES_MATCHING PATTERN "*.sql")
+install(FILES snapshot/sample.brio DESTINATION ${CMAKE_INSTALL_DATADIR}/brio)
 install(FILES experiment/daqconfig/daqconfig.sql DESTINATION ${CMAKE_INSTALL_DATADIR}/brio/experiment/daqconfig)
 install(FILES experiment/dcs/slowcontrol.sql DESTINATION ${CMAKE_INSTALL_DATADIR}/brio/experiment/dcs)
 

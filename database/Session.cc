@@ -89,8 +89,7 @@ std::shared_ptr<Session> SharedSession(const std::string& detector, DatabaseKind
 }  // namespace
 
 std::shared_ptr<Session> AcquireSession(const std::string& detector, DatabaseKind kind, int retries) {
-  auto session = SharedSession(detector, kind, retries);
-  return session ? recording::Wrap(std::move(session), detector, kind) : nullptr;
+  return recording::Wrap(SharedSession(detector, kind, retries), detector, kind);
 }
 
 }  // namespace brio::dbi

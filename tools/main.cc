@@ -29,6 +29,7 @@ constexpr Verb kVerbs[] = {
     {"diff", "What changed between two runs", PrepareDiff},
     {"check", "Whether a run can be loaded from a detector's databases", PrepareCheck},
     {"schema", "Print the CREATE statements of the tables that a site needs", PrepareSchema},
+    {"snapshot", "Save runs into a file that answers like the databases, and look into one", PrepareSnapshot},
     {"dump", "Print the dump of a run", PrepareDump, true},
 };
 

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <pty.h>
+#include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -52,8 +53,8 @@ int StatusOf(pid_t child) {
   return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
 }
 
-int RunProcess(const std::vector<std::string>& arguments, std::FILE* input, std::FILE* output,
-               std::FILE* error, const std::vector<int>& closed = {}) {
+pid_t Start(const std::vector<std::string>& arguments, std::FILE* input, std::FILE* output, std::FILE* error,
+            const std::vector<int>& closed = {}) {
   const pid_t child = fork();
   if (child < 0) { throw std::runtime_error("cannot fork"); }
   if (child == 0) {
@@ -65,7 +66,12 @@ int RunProcess(const std::vector<std::string>& arguments, std::FILE* input, std:
     }
     Become(arguments);
   }
-  return StatusOf(child);
+  return child;
+}
+
+int RunProcess(const std::vector<std::string>& arguments, std::FILE* input, std::FILE* output,
+               std::FILE* error, const std::vector<int>& closed = {}) {
+  return StatusOf(Start(arguments, input, output, error, closed));
 }
 
 }  // namespace
@@ -97,6 +103,18 @@ CommandResult RunHistoryCommandWithout(const std::vector<int>& closed,
   const File output = Scratch();
   const File error = Scratch();
   const int status = RunProcess(arguments, input.get(), output.get(), error.get(), closed);
+  return {status, Contents(output.get()), Contents(error.get())};
+}
+
+CommandResult RunHistoryCommandSignalled(int signal, const std::function<void()>& wait,
+                                         const std::vector<std::string>& arguments) {
+  const File input = Scratch();
+  const File output = Scratch();
+  const File error = Scratch();
+  const pid_t child = Start(arguments, input.get(), output.get(), error.get());
+  wait();
+  kill(child, signal);
+  const int status = StatusOf(child);
   return {status, Contents(output.get()), Contents(error.get())};
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -22,6 +23,10 @@ CommandResult RunHistoryCommandInto(const std::string& file, const std::vector<s
 /// The same with some of the standard descriptors (0 to 2) closed.
 CommandResult RunHistoryCommandWithout(const std::vector<int>& closed,
                                        const std::vector<std::string>& arguments);
+
+/// The same, sent a signal once `wait` returns.
+CommandResult RunHistoryCommandSignalled(int signal, const std::function<void()>& wait,
+                                         const std::vector<std::string>& arguments);
 
 /// The same with both streams on one terminal; `output` has what was shown on it.
 CommandResult RunHistoryCommandOnTerminal(const std::vector<std::string>& arguments);

@@ -26,7 +26,7 @@ completes() {
 }
 
 verbs=$("$command" --help | sed -n '/^Subcommands:/,/^$/s/^  \([a-z]*\) .*/\1/p')
-[[ $(wc -w <<<"$verbs") -eq 12 ]] || fail "the help names these verbs: $verbs"
+[[ $(wc -w <<<"$verbs") -eq 13 ]] || fail "the help names these verbs: $verbs"
 [[ $(completes '' | grep -v '^--' | sort) == $(printf '%s\n' help version "$verbs" | sort) ]] || fail "bash completes other verbs"
 for verb in $verbs; do
   grep -qE "^\.BI? $verb( |\$)" <<<"$manual" || fail "the man page has no $verb"
@@ -49,6 +49,7 @@ for quantity in $("$command" map --help | sed -n 's/.*QUANTITY:{\([^}]*\)}.*/\1/
 done
 [[ $(completes map ga) == gain ]] || fail "bash does not complete a quantity"
 [[ $(completes show --color al) == always ]] || fail "bash does not complete when to use colours"
+[[ $(completes snapshot v) == verify ]] || fail "bash does not complete an action"
 [[ $(completes map gain --format s) == svg ]] || fail "bash does not complete a format"
 
 [[ $(completes export ch) == channels ]] || fail "bash does not complete what is exported"

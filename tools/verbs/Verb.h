@@ -54,5 +54,7 @@ Action PreparePOT(CLI::App& command, const Options& options);
 Action PrepareCheck(CLI::App& command, const Options& options);
 /// `runhistory schema`: the CREATE statements of the tables that a site needs.
 Action PrepareSchema(CLI::App& command, const Options& options);
+/// `runhistory snapshot save|info|verify`: runs in a file that answers as the databases do.
+Action PrepareSnapshot(CLI::App& command, const Options& options);
 
 }  // namespace brio::tools

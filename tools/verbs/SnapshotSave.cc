@@ -1,0 +1,132 @@
+#include <chrono>
+#include <memory>
+
+#include "RunHistory/DetInfo.h"
+#include "snapshot/Saver.h"
+#include "tools/shared/Console.h"
+#include "tools/shared/Format.h"
+#include "tools/shared/Progress.h"
+#include "tools/shared/Quiet.h"
+#include "tools/shared/RemovedOnSignal.h"
+#include "tools/verbs/SnapshotActions.h"
+
+namespace brio::tools {
+namespace {
+
+using snapshot::Saved;
+using snapshot::Saver;
+
+struct Wanted {
+  std::string detector;
+  int run = 0;
+};
+
+/// Appends the runs of a range.
+void Add(const std::string& detector, const RunRange& range, std::vector<Wanted>& wanted) {
+  const int last = range.isOpen ? LastRun(detector) : range.last;
+  for (int run = range.first; run <= last; ++run) {
+    wanted.push_back({detector, run});
+    if (run == last) { break; }
+  }
+}
+
+/// "Birch:13000-13020" and the like. False for any other text.
+bool Add(const std::string& word, std::vector<Wanted>& wanted) {
+  const auto colon = word.find(':');
+  const std::string detector = word.substr(0, colon);
+  if (colon == std::string::npos || !briodaq::cnv::DetInfo::DetNameOk(detector)) { return false; }
+  const auto range = ParseRunRange(word.substr(colon + 1));
+  if (range) { Add(detector, *range, wanted); }
+  return range.has_value();
+}
+
+/// "3 of 21, about 40 s left"
+std::string Place(std::size_t index, std::size_t count, std::chrono::steady_clock::duration spent) {
+  std::string text = std::to_string(index + 1) + " of " + std::to_string(count);
+  if (index > 0) {
+    const double perRun = std::chrono::duration<double>(spent).count() / static_cast<double>(index);
+    const auto left = static_cast<std::time_t>(perRun * static_cast<double>(count - index)) + 1;
+    text += ", about " + Duration(left) + " left";
+  }
+  return text;
+}
+
+struct Counts {
+  int whole = 0;
+  int missing = 0;
+  int refused = 0;
+};
+
+const char* WordOf(Saved saved) {
+  switch (saved) {
+    case Saved::Whole: return "whole";
+    case Saved::Missing: return "missing";
+    case Saved::Refused: break;
+  }
+  return "refused";
+}
+
+}  // namespace
+
+ExitStatus SaveSnapshot(const Options& options, bool isRunGiven, const SnapshotRequest& request) {
+  std::vector<Wanted> wanted;
+  if (isRunGiven) { Add(options.detector, options.runs, wanted); }
+  for (const auto& word : request.words) {
+    if (!Add(word, wanted)) {
+      console::Say("runhistory: \"" + word + "\" is no detector with runs, such as Birch:13000-13020");
+      return kWrongUsage;
+    }
+  }
+  if (wanted.empty()) {
+    console::Say("runhistory: there are no such runs");
+    return kUnavailable;
+  }
+
+  auto wait = std::make_unique<SignalsWait>();  // until somebody knows of the temporary file
+  Saver saver(request.output, request.append ? Saver::Old::Append : Saver::Old::Replace);
+  const RemovedOnSignal removed(saver.TemporaryPath());
+  wait.reset();
+  Counts counts;
+  Json list = Json::array();
+  const auto start = std::chrono::steady_clock::now();
+  Quiet quiet(options.verbose);
+  for (std::size_t i = 0; i < wanted.size(); ++i) {
+    const auto& [detector, run] = wanted[i];
+    const std::string name = "run " + std::to_string(run) + " of " + detector;
+    snapshot::SavedResult result;
+    {
+      const Progress progress("saving " + name + " (" +
+                              Place(i, wanted.size(), std::chrono::steady_clock::now() - start) + ")");
+      result = saver.Save(detector, run);
+    }
+    const std::string complaint = quiet.TakeComplaint();
+    ++(result.saved == Saved::Whole     ? counts.whole
+       : result.saved == Saved::Missing ? counts.missing
+                                        : counts.refused);
+    Json entry{{"detector", detector}, {"run", run}, {"saved", WordOf(result.saved)}};
+    if (result.saved == Saved::Refused) {
+      const std::string reason = result.reason + (complaint.empty() ? "" : " (" + complaint + ")");
+      console::Say("runhistory: " + name + " is not saved: " + reason);
+      entry["reason"] = reason;
+    }
+    list.push_back(std::move(entry));
+  }
+  // With nothing to put into it a file that is there stays as it is.
+  const bool isSaved = counts.whole + counts.missing > 0;
+  if (isSaved) { saver.Commit(); }
+  if (options.json) {
+    const Json object{{"file", isSaved ? Json(request.output) : Json()}, {"runs", std::move(list)}};
+    console::Answer() << JsonText(object) << '\n';
+  } else if (isSaved) {
+    console::Answer() << request.output << ": " << counts.whole << (counts.whole == 1 ? " run" : " runs")
+                      << " saved"
+                      << (counts.missing > 0 ? ", " + std::to_string(counts.missing) + " as missing" : "")
+                      << (counts.refused > 0 ? ", " + std::to_string(counts.refused) + " refused" : "")
+                      << '\n';
+  } else {
+    console::Say("runhistory: no run could be saved; " + request.output + " is not written");
+  }
+  return counts.refused == 0 ? kAnswered : kUnavailable;
+}
+
+}  // namespace brio::tools
