@@ -1,11 +1,15 @@
+#include <algorithm>
 #include <exception>
 #include <iostream>
 #include <string>
+#include <utility>
 
 #include <CLI/CLI.hpp>
 
 #include "database/KeptConnections.h"
+#include "tools/shared/CommandLine.h"
 #include "tools/shared/Console.h"
+#include "tools/shared/Format.h"
 #include "tools/shared/StandardStreams.h"
 #include "tools/verbs/Verb.h"
 
@@ -33,7 +37,7 @@ constexpr const char* kDescription =
     "BRIO_DATABASE (or --database) says where those are.";
 constexpr const char* kFooter =
     "Exit status: 0 answered; 1 the run or its data could not be had; 2 wrong usage.\n"
-    "`runhistory VERB --help` shows a verb's options.";
+    "`runhistory help VERB` shows a verb's options.";
 
 /// A status, unless what was to be answered could not be written, to a full disk say: then there is no
 /// answer.
@@ -56,20 +60,33 @@ int Run(int argc, char** argv) {
     AddSharedOptions(*subcommand, options);
     subcommand->final_callback(
         [&action, prepared = verb.prepare(*subcommand, options), redirect = !verb.libraryAnswers] {
-          if (redirect) { console::Take(); }
+          if (redirect) {
+            console::Take();
+          } else {
+            console::Guard();
+          }
           action = prepared;
         });
   }
 
   try {
-    command.parse(argc, argv);
+    auto words = Ordered(command, {argv + 1, argv + argc});
+    std::reverse(words.begin(), words.end());  // as the parser takes them
+    command.parse(std::move(words));
+  } catch (const CLI::Success& asked) {
+    command.exit(asked);
+    return Written(kAnswered);
   } catch (const CLI::ParseError& error) {
-    return command.exit(error) == 0 ? Written(kAnswered) : kWrongUsage;
+    TellWrongUsage(error);
+    return kWrongUsage;
   }
 
   ApplyToProcess(options);
   const brio::dbi::KeptConnections connections(options.retries);
-  return Written(action());
+  const ExitStatus status = action();
+  console::Answer().flush();
+  console::TellRest();
+  return Written(status);
 }
 
 }  // namespace
@@ -80,9 +97,8 @@ int main(int argc, char** argv) {
     return Run(argc, argv);
   } catch (const std::exception& error) {
     std::cout.flush();
-    std::string reason = error.what();
-    reason.erase(reason.find_last_not_of(" \n") + 1);
-    console::Say("runhistory: " + reason);
+    console::Say("runhistory: " + OneLine(error.what()));
+    console::TellRest();
   }
   return kUnavailable;
 }

@@ -185,5 +185,20 @@ TEST(ChannelVerb, TakesAChannelAtWhichNothingIsReadOut) {
   EXPECT_THAT(result.output, HasSubstr("\n  offline       nothing is read out there\n"));
 }
 
+TEST(ChannelVerb, TakesTheNamesThatItAndMessagesPrint) {
+  const auto wanted = OnSmall("Birch", {"channel", "2/1/1/17", "--run", "13000"}).output;
+  ASSERT_THAT(wanted, testing::HasSubstr("(dcm-2-02-01)"));
+  for (const auto* name : {"dcm-2-02-01/1/17", "dcm-2-02-01-01/17", "dcm-2-2-1-1/17"}) {
+    const auto result = OnSmall("Birch", {"channel", name, "--run", "13000"});
+    EXPECT_EQ(result.status, 0) << result.error;
+    EXPECT_EQ(result.output, wanted);
+  }
+  for (const auto* name : {"dcm-2-02-01", "dcm-2-02-01/1", "dcm-2-02/1/17", "dcm-2-02-01-x/17", "dcm-"}) {
+    EXPECT_EQ(OnSmall("Birch", {"channel", name, "--run", "13000"}).status, 2) << name;
+  }
+  EXPECT_EQ(OnSmall("Birch", {"channel", "dcm-1-02-01/1/17", "--run", "13000"}).error,
+            "runhistory: channel \"dcm-1-02-01/1/17\": it is a DCM of detector number 1\n");
+}
+
 }  // namespace
 }  // namespace brio::test

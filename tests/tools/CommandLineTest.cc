@@ -51,7 +51,6 @@ INSTANTIATE_TEST_SUITE_P(
                     Arguments{"dump", "--detector", "Birch", "--run", "99999999999"},
                     Arguments{"dump", "--detector", "Birch", "--run", "13000.5"},
                     Arguments{"dump", "--detector", "Birch", "--run", "13000", "left over"},
-                    Arguments{"dump", "--detector", "birch", "--run", "13000"},
                     Arguments{"dump", "--detector", "Unknown", "--run", "13000"},
                     Arguments{"dump", "--detector", "", "--run", "13000"},
                     Arguments{"dump", "--detector", "Birch", "--run", "13000", "--retries", "-1"},
@@ -73,7 +72,72 @@ INSTANTIATE_TEST_SUITE_P(
                     Arguments{"diff", "13000", "--detector", "Birch"}, Arguments{"diff", "13000", "13001"},
                     Arguments{"diff", "13000", "x", "--detector", "Birch"}, Arguments{"check"},
                     Arguments{"check", "--detector", "Birch", "--run", "13000-"},
-                    Arguments{"schema", "tables"}));
+                    Arguments{"schema", "tables"}, Arguments{"help", "fetch"},
+                    Arguments{"show", "13000", "--detector", "Birch", "--run", "13001"},
+                    Arguments{"show", "13000", "13001", "--detector", "Birch"},
+                    Arguments{"map", "gain", "13000-13001", "--detector", "Birch"},
+                    Arguments{"mask", "--detector", "Birch", "--run", "5", "--custom-mask", "0x4000"},
+                    Arguments{"mask", "--detector", "Birch", "--run", "5", "--custom-mask=-1"}));
+
+TEST(CommandLine, NamesAVerbThatThereIsNotAndTheNearestOne) {
+  const std::string tellHelp = "Run with --help for more information.\n";
+  EXPECT_EQ(RunHistoryCommand({"shwo", "-d", "Birch"}).error,
+            "runhistory: there is no verb \"shwo\"; the nearest is \"show\"\n" + tellHelp);
+  EXPECT_EQ(RunHistoryCommand({"-d", "Birch", "-r", "13000", "chanel"}).error,
+            "runhistory: there is no verb \"chanel\"; the nearest is \"channel\"\n" + tellHelp);
+  EXPECT_THAT(RunHistoryCommand({"fetch"}).error,
+              StartsWith("runhistory: there is no verb \"fetch\"; the verbs are show, channel, map, "));
+  EXPECT_THAT(RunHistoryCommand({"-d", "Birch"}).error,
+              StartsWith("runhistory: a verb is missing; the verbs are show, "));
+}
+
+TEST(CommandLine, TakesOptionsBeforeTheVerb) {
+  const Arguments usual{"mask", "--detector", "Birch", "--run", "5", "--custom-mask", "0x3c", "--json"};
+  const auto wanted = RunHistoryCommand(usual);
+  ASSERT_EQ(wanted.status, 0);
+  for (const auto& arguments :
+       {Arguments{"--detector", "Birch", "--run", "5", "--custom-mask", "0x3c", "--json", "mask"},
+        Arguments{"--json", "-d", "Birch", "mask", "--custom-mask=0x3c", "-r", "5"},
+        Arguments{"--custom-mask=0x3c", "-dBirch", "mask", "5", "--json"}}) {
+    const auto result = RunHistoryCommand(arguments);
+    EXPECT_EQ(result.status, 0) << result.error;
+    EXPECT_EQ(result.output, wanted.output);
+  }
+  EXPECT_EQ(RunHistoryCommand({"--version", "show"}).output, "runhistory " BRIO_VERSION "\n");
+}
+
+TEST(CommandLine, TakesHelpAndVersionAsVerbs) {
+  EXPECT_EQ(RunHistoryCommand({"help"}).output, RunHistoryCommand({"--help"}).output);
+  const auto help = RunHistoryCommand({"help", "pot"});
+  EXPECT_EQ(help.status, 0);
+  EXPECT_EQ(help.output, RunHistoryCommand({"pot", "--help"}).output);
+  EXPECT_THAT(help.output, HasSubstr("runhistory pot "));
+  EXPECT_EQ(RunHistoryCommand({"version"}).output, "runhistory " BRIO_VERSION "\n");
+}
+
+TEST(CommandLine, TakesDetectorsInCapitalsOrNotAndTheRunAsAnArgument) {
+  const auto wanted = RunHistoryCommand({"map", "installed", "--detector", "Birch", "--run", "5"});
+  ASSERT_EQ(wanted.status, 0);
+  for (const auto& arguments : {Arguments{"map", "installed", "5", "-d", "birch"},
+                                Arguments{"-d", "BIRCH", "map", "installed", "5"}}) {
+    const auto result = RunHistoryCommand(arguments);
+    EXPECT_EQ(result.status, 0) << result.error;
+    EXPECT_EQ(result.output, wanted.output);
+  }
+  const auto range = RunHistoryCommand({"show", "5-6", "-d", "alder", "--json"});
+  EXPECT_THAT(range.output, StartsWith("[\n  {\n    \"detector\": \"Alder\",\n    \"run\": 5,"));
+}
+
+TEST(CommandLine, RefusesMaskBitsBeyondTheDiblocks) {
+  const Arguments mask{"mask", "-d", "Birch", "-r", "5", "--custom-mask"};
+  auto most = mask;
+  most.emplace_back("0x3fff");
+  EXPECT_EQ(RunHistoryCommand(most).status, 0);
+  auto more = mask;
+  more.emplace_back("16384");
+  EXPECT_THAT(RunHistoryCommand(more).error,
+              StartsWith("runhistory: --custom-mask: 16384 has bits beyond those of the 14 diblocks\n"));
+}
 
 TEST(CommandLine, HelpNamesEveryVerb) {
   const auto help = RunHistoryCommand({"--help"}).output;

@@ -1,7 +1,9 @@
 #include "tools/shared/ChannelAddress.h"
 
+#include <algorithm>
 #include <charconv>
 #include <stdexcept>
+#include <string>
 #include <vector>
 
 #include "experiment/DAQChannelMap.h"
@@ -42,9 +44,27 @@ ChannelAddress Decoded(const DAQChannelMap& map, std::uint32_t channel) {
   return address;
 }
 
+/// "dcm-2-02-01/1/17" and "dcm-2-02-01-1/17" as "2/1/1/17"; other texts as they are.
+std::string WithoutName(const std::string& text, int detector, std::string& why) {
+  const std::string prefix = "dcm-";
+  if (text.rfind(prefix, 0) != 0) { return text; }
+  const auto end = std::min(text.find('/'), text.size());
+  const auto name = ReadNumbers(text.substr(prefix.size(), end - prefix.size()), '-');
+  if (!name || name->size() < 3 || name->size() > 4) { return text; }
+  if (name->front() != static_cast<unsigned int>(detector)) {
+    why = "it is a DCM of detector number " + std::to_string(name->front());
+    return text;
+  }
+  std::string place = std::to_string((*name)[1]) + '/' + std::to_string((*name)[2]);
+  if (name->size() == 4) { place += '/' + std::to_string((*name)[3]); }
+  return place + text.substr(end);
+}
+
 }  // namespace
 
-std::optional<ChannelAddress> ParseChannel(const std::string& text, int detector, std::string& why) {
+std::optional<ChannelAddress> ParseChannel(const std::string& given, int detector, std::string& why) {
+  const std::string text = WithoutName(given, detector, why);
+  if (!why.empty()) { return std::nullopt; }
   const auto& map = *DAQChannelMap::getInstance(detector);
   try {
     if (const auto parts = ReadNumbers(text, '/'); parts && parts->size() == 4) {
@@ -67,7 +87,7 @@ std::optional<ChannelAddress> ParseChannel(const std::string& text, int detector
     why = error.what();
     return std::nullopt;
   }
-  why = "it is no DAQ channel id, no plane,cell and no diblock/DCM/port/pixel";
+  why = "it is no DAQ channel id, no plane,cell and no diblock/DCM/port/pixel (or DCM name/port/pixel)";
   return std::nullopt;
 }
 

@@ -20,7 +20,8 @@ struct ChannelAddress {
 };
 
 /// Reads a DAQ channel id ("142869777", "0x8840111"), an offline channel ("66,17") or a place in the readout
-/// ("2/1/1/17": diblock, DCM, port, pixel). \return nothing, with the reason in `why`, for any other text
-std::optional<ChannelAddress> ParseChannel(const std::string& text, int detector, std::string& why);
+/// ("2/1/1/17": diblock, DCM, port, pixel; "dcm-2-02-01/1/17", with the DCM's name; "dcm-2-2-1-1/17", with
+/// the board's as messages have it). \return nothing, with the reason in `why`, for any other text
+std::optional<ChannelAddress> ParseChannel(const std::string& given, int detector, std::string& why);
 
 }  // namespace brio::tools

@@ -5,11 +5,37 @@
 #include <charconv>
 #include <cmath>
 #include <sstream>
+#include <utility>
+
+#include "tools/shared/TerminalText.h"
 
 namespace brio::tools {
+namespace {
+
+/// JSON lets DEL and the control characters behind it stand in a text, which a terminal may obey.
+std::string Escaped(const std::string& json) {
+  std::string text;
+  text.reserve(json.size());
+  for (std::size_t i = 0; i < json.size(); ++i) {
+    constexpr const char* kDigits = "0123456789abcdef";
+    const auto byte = static_cast<unsigned char>(json[i]);
+    const auto next = static_cast<unsigned char>(i + 1 < json.size() ? json[i + 1] : '\0');
+    if (byte == 0x7FU) {
+      text += "\\u007f";
+    } else if (byte == 0xC2U && next >= 0x80U && next < 0xA0U) {
+      text += {'\\', 'u', '0', '0', kDigits[next >> 4U], kDigits[next & 0xFU]};
+      ++i;
+    } else {
+      text += json[i];
+    }
+  }
+  return text;
+}
+
+}  // namespace
 
 std::string JsonText(const Json& value, int indent) {
-  return value.dump(indent, ' ', false, Json::error_handler_t::replace);
+  return Escaped(value.dump(indent, ' ', false, Json::error_handler_t::replace));
 }
 
 std::string OneLine(const std::string& text) {
@@ -63,6 +89,13 @@ std::string Ranges(const std::vector<int>& numbers) {
     i = last + 1;
   }
   return text.empty() ? "none" : text;
+}
+
+void TextTable::Add(std::vector<std::string> row) {
+  for (auto& cell : row) {
+    cell = Visible(cell);
+  }
+  rows_.push_back(std::move(row));
 }
 
 std::string TextTable::Text() const {

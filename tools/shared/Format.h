@@ -36,7 +36,8 @@ std::string Ranges(const std::vector<int>& numbers);
 class TextTable {
 public:
   explicit TextTable(std::vector<std::string> heading) { Add(std::move(heading)); }
-  void Add(std::vector<std::string> row) { rows_.push_back(std::move(row)); }
+  /// Texts are made visible.
+  void Add(std::vector<std::string> row);
   std::string Text() const;
 
 private:

@@ -18,6 +18,7 @@ struct Options {
   RunRange runs;
   bool json = false;
   bool verbose = false;
+  bool quiet = false;
   std::string color = "auto";  ///< or "always", "never"
   bool useMask = false;
   std::optional<int> customMask;
@@ -28,6 +29,9 @@ struct Options {
 
 /// Adds the shared options to a verb's command line.
 void AddSharedOptions(CLI::App& command, Options& options);
+
+/// Lets a verb take the run without "--run" too, behind the arguments that it has already.
+void TakeRunAsArgument(CLI::App& command);
 
 /// Makes --detector obligatory for a verb.
 void RequireDetector(CLI::App& command);
@@ -51,7 +55,7 @@ std::string CheckSingleRun(const std::string& text);
 /// is set.
 bool UsesColor(const Options& options);
 
-/// What holds for the whole process: --database and --verbose. Call before the first RunHistory.
+/// What holds for the whole process: --database, --verbose and --quiet. Call before the first RunHistory.
 void ApplyToProcess(const Options& options);
 
 /// Hands the masks, the retries and --verbose on to a run record. A later change of its run or detector drops

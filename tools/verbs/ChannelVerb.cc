@@ -6,6 +6,7 @@
 #include "tools/shared/ChannelFacts.h"
 #include "tools/shared/Console.h"
 #include "tools/shared/Format.h"
+#include "tools/shared/TerminalText.h"
 #include "tools/verbs/Verb.h"
 
 namespace brio::tools {
@@ -23,19 +24,19 @@ template <class T, class Show>
 std::string Line(const char* label, const Fact<T>& fact, const Show& show) {
   std::string line = std::string("  ") + label;
   line.resize(16, ' ');
-  if (!fact.value) { return line + "not known: " + fact.why + '\n'; }
-  return line + show(*fact.value) + (fact.why.empty() ? "" : ": " + fact.why) + '\n';
+  if (!fact.value) { return line + "not known: " + Visible(fact.why) + '\n'; }
+  return line + show(*fact.value) + (fact.why.empty() ? "" : ": " + Visible(fact.why)) + '\n';
 }
 
 std::string YesNo(bool yes) { return yes ? "yes" : "no"; }
 
 std::string TextOf(const ChannelFacts& facts) {
   const auto& at = facts.address;
-  const auto itself = [](const std::string& text) { return text; };
+  const auto itself = [](const std::string& text) { return Visible(text); };
   std::ostringstream text;
   text << "Channel " << at.daqChannel << " (" << Hexadecimal(at.daqChannel) << ")\n"
        << "  readout       diblock " << at.diblock << ", DCM " << at.dcm << ", port " << at.port << ", pixel "
-       << at.pixel << (facts.dcmName.empty() ? "" : " (" + facts.dcmName + ")") << '\n'
+       << at.pixel << (facts.dcmName.empty() ? "" : " (" + Visible(facts.dcmName) + ")") << '\n'
        << "  offline       ";
   if (at.exists) {
     text << "plane " << at.plane << ", cell " << at.cell << '\n';

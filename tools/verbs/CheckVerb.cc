@@ -5,6 +5,7 @@
 #include "tools/shared/Console.h"
 #include "tools/shared/Format.h"
 #include "tools/shared/RunRange.h"
+#include "tools/shared/TerminalText.h"
 #include "tools/verbs/DatabaseCheck.h"
 #include "tools/verbs/Verb.h"
 
@@ -35,7 +36,7 @@ std::string Milliseconds(double milliseconds) { return Fixed(milliseconds, 1) + 
 std::string Listed(const char* label, const std::vector<std::string>& names) {
   std::string text;
   for (const auto& name : names) {
-    text += std::string("    ") + label + ' ' + name + '\n';
+    text += std::string("    ") + label + ' ' + Visible(name) + '\n';
   }
   return text;
 }
@@ -43,13 +44,13 @@ std::string Listed(const char* label, const std::vector<std::string>& names) {
 std::string TextOf(const DatabaseCheck& check) {
   std::string name = "  " + check.name;
   name.resize(16, ' ');
-  if (!check.connection.ok) { return name + "no answer: " + check.connection.reason + '\n'; }
+  if (!check.connection.ok) { return name + "no answer: " + Visible(check.connection.reason) + '\n'; }
   const auto count = [](int all, std::size_t missing) {
     return std::to_string(all - static_cast<int>(missing)) + " of " + std::to_string(all);
   };
-  return name + "PostgreSQL " + check.version + (check.isStandby ? ", standby" : "") +
-         (check.isReadOnly ? ", read-only" : ", not read-only") + ", database " + check.database + " as " +
-         check.user + ", connected in " + Milliseconds(check.connectMilliseconds) + '\n' +
+  return name + "PostgreSQL " + Visible(check.version) + (check.isStandby ? ", standby" : "") +
+         (check.isReadOnly ? ", read-only" : ", not read-only") + ", database " + Visible(check.database) +
+         " as " + Visible(check.user) + ", connected in " + Milliseconds(check.connectMilliseconds) + '\n' +
          "                " + count(check.tables, check.missingTables.size()) + " tables" +
          (check.indexes == 0
               ? ""
@@ -59,7 +60,7 @@ std::string TextOf(const DatabaseCheck& check) {
          Listed("not readable:", check.unreadable) + Listed("missing index", check.missingIndexes) +
          (check.positionSchema.empty()
               ? ""
-              : "    note: hardware_position is the one of schema " + check.positionSchema + '\n') +
+              : "    note: hardware_position is the one of schema " + Visible(check.positionSchema) + '\n') +
          Listed("warning:", check.warnings);
 }
 
@@ -68,14 +69,14 @@ std::string TextOf(const Report& report, const std::string& detector) {
   for (const auto& check : report.databases) {
     text += TextOf(check);
   }
-  if (!report.run) { return text + "No run to load: " + report.whyNoRun + '\n'; }
+  if (!report.run) { return text + "No run to load: " + Visible(report.whyNoRun) + '\n'; }
   text += "Loading run " + std::to_string(*report.run) + '\n';
   for (const auto& step : report.steps) {
     std::string line = std::string("  ") + step.name;
     line.resize(16, ' ');
     text += line +
             (step.outcome.ok ? "loaded in " + Milliseconds(step.milliseconds)
-                             : "failed: " + step.outcome.reason) +
+                             : "failed: " + Visible(step.outcome.reason)) +
             '\n';
   }
   return text;
@@ -153,6 +154,7 @@ Action PrepareCheck(CLI::App& command, const Options& options) {
   auto* run = command.get_option("--run");
   run->check(CheckSingleRun);
   run->description("The run to try; the last one unless given");
+  TakeRunAsArgument(command);
   return [run, &options] { return Check(options, run->count() > 0); };
 }
 

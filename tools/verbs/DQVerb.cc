@@ -49,6 +49,7 @@ std::string AnswerDQ(brio::dbi::RunHistory& history, std::ostream& text, Json& o
 Action PrepareDQ(CLI::App& command, const Options& options) {
   RequireRuns(command);
   RefuseMasks(command, "the data-quality records of a run are those of all its diblocks, whatever the mask");
+  TakeRunAsArgument(command);
   return [&options] { return AnswerRunByRun(options, AnswerDQ); };
 }
 

@@ -4,6 +4,7 @@
 
 #include "tools/shared/Console.h"
 #include "tools/shared/Format.h"
+#include "tools/shared/TerminalText.h"
 #include "tools/verbs/RunDifference.h"
 #include "tools/verbs/Verb.h"
 
@@ -23,7 +24,7 @@ std::string Names(const std::vector<std::string>& names, bool full) {
   std::string text;
   const std::size_t count = full ? names.size() : std::min(names.size(), kShown);
   for (std::size_t i = 0; i < count; ++i) {
-    text += " " + names[i];
+    text += " " + Visible(names[i]);
   }
   return count < names.size() ? text + " …" : text;
 }
@@ -51,7 +52,7 @@ std::string TextOf(const RunDifference& difference, const std::string& detector,
   for (const auto& fact : difference.facts) {
     std::string label = "  " + fact.name;
     label.resize(18, ' ');
-    text << label << fact.before << " -> " << fact.after << '\n';
+    text << label << Visible(fact.before) << " -> " << Visible(fact.after) << '\n';
   }
   WriteSet(text, "DCMs", difference.dcms, options);
   WriteSet(text, "event builders", difference.eventBuilders, options);
@@ -80,7 +81,8 @@ std::string TextOf(const RunDifference& difference, const std::string& detector,
     text << '\n';
     if (!options.full) { continue; }
     for (const auto& changed : quantity.changed) {
-      text << "    " << changed.board << ": " << changed.before << " -> " << changed.after << '\n';
+      text << "    " << changed.board << ": " << Visible(changed.before) << " -> " << Visible(changed.after)
+           << '\n';
     }
   }
   return text.str();

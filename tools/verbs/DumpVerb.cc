@@ -71,6 +71,7 @@ ExitStatus Dump(const Options& options) {
 
 Action PrepareDump(CLI::App& command, const Options& options) {
   RequireRun(command);
+  TakeRunAsArgument(command);
   return [&options] { return Dump(options); };
 }
 

@@ -1,12 +1,11 @@
-#include <cerrno>
-#include <cstring>
-#include <fstream>
-#include <iostream>
+#include <algorithm>
+#include <array>
 #include <memory>
-#include <stdexcept>
+#include <optional>
 
 #include "tools/maps/BoardMapForms.h"
 #include "tools/shared/Console.h"
+#include "tools/shared/OutputFile.h"
 #include "tools/verbs/Verb.h"
 
 namespace brio::tools {
@@ -16,9 +15,11 @@ using brio::dbi::RunHistory;
 
 struct MapOptions {
   std::string quantity;
-  std::string format = "text";
-  std::string file;
+  std::string format;
+  std::string file = "-";
 };
+
+constexpr std::array kForms{"text", "svg", "csv", "json"};
 
 /// Why a quantity cannot be had though the run can; empty when it can.
 std::string WhyNotKnown(const RunHistory& history, const QuantityInfo& quantity) {
@@ -35,25 +36,32 @@ std::string WhyNotKnown(const RunHistory& history, const QuantityInfo& quantity)
   return {};
 }
 
-std::string Form(const BoardMap& map, const MapOptions& mapOptions, const Options& options) {
-  if (options.json || mapOptions.format == "json") { return JsonText(JsonForm(map), -1) + '\n'; }
-  if (mapOptions.format == "csv") { return CsvForm(map); }
-  if (mapOptions.format == "svg") { return SvgForm(map); }
-  return TextForm(map, mapOptions.file.empty() && UsesColor(options));
+/// By --json, --format or the ending of the file's name; nothing for an ending that no form has.
+std::optional<std::string> FormOf(const MapOptions& mapOptions, const Options& options) {
+  if (options.json) { return "json"; }
+  if (!mapOptions.format.empty()) { return mapOptions.format; }
+  const std::string ending = EndingOf(mapOptions.file);
+  if (ending.empty() || ending == "txt") { return "text"; }
+  const auto isForm = std::find(kForms.begin(), kForms.end(), ending) != kForms.end();
+  return isForm ? std::optional(ending) : std::nullopt;
 }
 
-void WriteTo(const std::string& file, const std::string& text) {
-  if (file.empty()) {
-    console::Answer() << text;
-    return;
-  }
-  std::ofstream stream(file, std::ios::binary);
-  stream << text << std::flush;
-  if (!stream) { throw std::runtime_error("cannot write " + file + ": " + std::strerror(errno)); }
+std::string Draw(const BoardMap& map, const std::string& form, bool colored) {
+  if (form == "json") { return JsonText(JsonForm(map), -1) + '\n'; }
+  if (form == "csv") { return CsvForm(map); }
+  if (form == "svg") { return SvgForm(map); }
+  return TextForm(map, colored);
 }
 
 ExitStatus DrawMap(const MapOptions& mapOptions, const Options& options) {
   const QuantityInfo& quantity = QuantityNamed(mapOptions.quantity);
+  const auto form = FormOf(mapOptions, options);
+  if (!form) {
+    console::Say("runhistory: \"" + mapOptions.file +
+                 "\" ends in none of .txt, .svg, .csv and .json; --format names the form");
+    return kWrongUsage;
+  }
+  OutputFile file(mapOptions.file);
   RunHistory history(options.run, options.detector);
   ApplyTo(history, options);
   const LoadedParts parts = LoadParts(history, quantity.depth);
@@ -64,7 +72,8 @@ ExitStatus DrawMap(const MapOptions& mapOptions, const Options& options) {
     return kUnavailable;
   }
   const BoardMap map = MakeBoardMap(arrays::MakeBoards(history, parts), quantity);
-  WriteTo(mapOptions.file, Form(map, mapOptions, options));
+  file.Stream() << Draw(map, *form, mapOptions.file == "-" && UsesColor(options));
+  file.Keep();
   if (outcome.IsClean()) { return kAnswered; }
   SayUnavailable(history, outcome.reason);
   return kUnavailable;
@@ -83,10 +92,14 @@ Action PrepareMap(CLI::App& command, const Options& options) {
       ->type_name("QUANTITY")
       ->required()
       ->check(CLI::IsMember(names));
-  command.add_option("--format", mapOptions->format, "The form of the answer; text unless given")
-      ->check(CLI::IsMember({"text", "svg", "csv", "json"}));
-  command.add_option("-o,--output", mapOptions->file, "Write to this file in place of standard output")
+  command
+      .add_option("--format", mapOptions->format, "The form, whatever the file's ending; text unless given")
+      ->check(CLI::IsMember(std::vector<std::string>(kForms.begin(), kForms.end())));
+  command
+      .add_option("-o,--output", mapOptions->file,
+                  "Write to this file, in the form that its ending names; - for standard output, as without")
       ->type_name("FILE");
+  TakeRunAsArgument(command);
   return [mapOptions, &options] { return DrawMap(*mapOptions, options); };
 }
 

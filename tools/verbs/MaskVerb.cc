@@ -68,6 +68,7 @@ std::string AnswerMask(const Options& options, RunHistory& history, std::ostream
 
 Action PrepareMask(CLI::App& command, const Options& options) {
   RequireRuns(command);
+  TakeRunAsArgument(command);
   return [&options] {
     return AnswerRunByRun(options, [&options](RunHistory& history, std::ostream& text, Json& object) {
       return AnswerMask(options, history, text, object);

@@ -9,6 +9,7 @@ namespace brio::tools {
 Action PreparePOT(CLI::App& command, const Options& options) {
   RequireRuns(command);
   RefuseMasks(command, "the protons on target of a run are those of the whole run, whatever the mask");
+  TakeRunAsArgument(command);
   return [&options] {
     arrays::RunSelection selection;
     selection.withPOT = true;

@@ -30,19 +30,24 @@ public:
   Screen(std::ostream& text, Json& object) : text_(text), object_(object) {}
 
   void Add(const std::string& label, const char* key, const Json& value, const std::string& shown) {
-    text_ << "  " << label << std::string(16 - label.size(), ' ') << shown << '\n';
+    text_ << "  " << label << std::string(16 - label.size(), ' ') << Visible(shown) << '\n';
     object_[key] = value;
   }
   /// A number that stands in the line before, in JSON.
   void AddNumber(const char* key, int value) { object_[key] = value; }
   void AddUnknown(const std::string& label, const char* key, const std::string& reason) {
-    Add(label, key, nullptr, reason == kNotRecorded ? reason : "not known: " + reason);
+    const bool isNew = reasons_.insert(reason).second;
+    Add(label, key, nullptr,
+        reason == kNotRecorded ? reason
+        : isNew                ? "not known: " + reason
+                               : "not known, as above");
     object_["not_known"][key] = reason;
   }
 
 private:
   std::ostream& text_;
   Json& object_;
+  std::set<std::string> reasons_;
 };
 
 void AddTimes(RunHistory& history, Screen& screen) {
@@ -310,6 +315,7 @@ std::string AnswerShow(const ShowOptions& showOptions, RunHistory& history, std:
 
 Action PrepareShow(CLI::App& command, const Options& options) {
   RequireRuns(command);
+  TakeRunAsArgument(command);
   auto showOptions = std::make_shared<ShowOptions>();
   command.add_flag("--subruns", showOptions->subruns, "Also a table of the subruns' times");
   command.add_flag("--explain", showOptions->explain,
