@@ -17,7 +17,7 @@ enum class RunState {
 
 /// A database that a run was taken from.
 struct RunSource {
-  DatabaseKind kind;
+  DatabaseKind kind = DatabaseKind::Runs;
   SessionSource source;
 };
 
