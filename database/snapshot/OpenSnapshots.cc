@@ -53,7 +53,7 @@ std::shared_ptr<SharedSnapshot> SharedSnapshot::Open(const std::string& path) {
       found = open.files.begin();
     }
     open.files.splice(open.files.begin(), open.files, found);
-    const auto file = open.files.front();
+    auto file = open.files.front();
     ForgetOldFiles(open.files);
     if (file->BeginUse()) { return file; }
     open.files.remove(file);

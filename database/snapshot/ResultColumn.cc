@@ -11,6 +11,7 @@ static_assert(sizeof(Oid) == sizeof(std::uint32_t) && sizeof(int) == sizeof(std:
 
 std::vector<ResultColumn> ColumnsOf(const PGresult* result) {
   std::vector<ResultColumn> columns;
+  columns.reserve(static_cast<std::size_t>(PQnfields(result)));
   for (int i = 0; i < PQnfields(result); ++i) {
     columns.push_back({PQfname(result, i), PQftype(result, i), PQfsize(result, i), PQfmod(result, i),
                        PQfformat(result, i), PQftable(result, i), PQftablecol(result, i)});

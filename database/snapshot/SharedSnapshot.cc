@@ -212,27 +212,22 @@ void SharedSnapshot::Keep(Unit unit, const std::shared_ptr<const VerifiedAnswers
 void SharedSnapshot::LacksRun(const std::string& detector, int run) const {
   const auto runs = tables_->Runs();
   const auto same = [&](const RunRow& row) { return LowerCase(row.detector) == LowerCase(detector); };
-  cet::exception error("BrioDatabase");
-  error << "snapshot " << path_ << " holds ";
   std::vector<RunRow> ofDetector;
   std::copy_if(runs.begin(), runs.end(), std::back_inserter(ofDetector), same);
-  if (ofDetector.empty()) {
-    error << RunRanges(runs) << ", none of " << detector;
-  } else {
-    error << RunRanges(ofDetector) << ", not " << run;
-  }
-  throw error;
+  const auto held = ofDetector.empty() ? RunRanges(runs) + ", none of " + detector
+                                       : RunRanges(ofDetector) + ", not " + std::to_string(run);
+  throw cet::exception("BrioDatabase") << "snapshot " << path_ << " holds " << held;
 }
 
 void SharedSnapshot::Lacks(const AnswerKey& key) const {
-  cet::exception error("BrioDatabase");
-  error << "snapshot " << path_ << ", saved by version " << tables_->Value("library") << " in format "
-        << kSnapshotVersion << ", does not hold the answer to: " << key.statement;
+  std::string parameters;
   for (std::size_t i = 0; i < key.parameters.size(); ++i) {
-    error << (i == 0 ? " [" : ", ") << '$' << i + 1 << " = '" << key.parameters[i] << '\'';
+    parameters += (i == 0 ? " [$" : ", $") + std::to_string(i + 1) + " = '" + key.parameters[i] + '\'';
   }
-  if (!key.parameters.empty()) { error << ']'; }
-  throw error;
+  if (!parameters.empty()) { parameters += ']'; }
+  throw cet::exception("BrioDatabase")
+      << "snapshot " << path_ << ", saved by version " << tables_->Value("library") << " in format "
+      << kSnapshotVersion << ", does not hold the answer to: " << key.statement << parameters;
 }
 
 void SharedSnapshot::IsDamaged(const std::string& what) const {

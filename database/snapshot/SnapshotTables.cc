@@ -183,7 +183,7 @@ std::vector<RunContents> SnapshotTables::Contents() const {
   std::vector<std::set<ContentHash>> used;
   std::map<ContentHash, int> users;
   for (const auto& run : Runs()) {
-    contents.push_back({run, 0, 0, 0});
+    contents.push_back({static_cast<const SavedRun&>(run), 0, 0, 0});
     used.emplace_back();
     SQLiteQuery answers(file_,
                         "SELECT a.blocks FROM run_answer r JOIN answer a ON a.id = r.answer WHERE r.run = ?");
