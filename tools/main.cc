@@ -60,8 +60,8 @@ int Run(int argc, char** argv) {
     auto* subcommand = command.add_subcommand(verb.name, verb.summary);
     AddSharedOptions(*subcommand, options);
     subcommand->final_callback(
-        [&action, prepared = verb.prepare(*subcommand, options), redirect = !verb.libraryAnswers] {
-          if (redirect) {
+        [&action, &options, prepared = verb.prepare(*subcommand, options), isOurs = !verb.libraryAnswers] {
+          if (isOurs || options.json) {
             console::Take();
           } else {
             console::Guard();

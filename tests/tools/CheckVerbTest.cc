@@ -28,6 +28,16 @@ const nlohmann::json& Named(const nlohmann::json& report, const std::string& nam
   throw std::runtime_error("the report has no " + name);
 }
 
+/// The lines of check's text that begin with a word, indented, each once.
+std::set<std::string> LinesOf(const std::string& output, const std::string& word) {
+  std::set<std::string> lines;
+  std::istringstream text(output);
+  for (std::string line; std::getline(text, line);) {
+    if (line.rfind("    " + word, 0) == 0) { lines.insert(line.substr(4)); }
+  }
+  return lines;
+}
+
 TEST(CheckVerb, FindsAllThereInTheSampleAndLoadsTheLastRun) {
   const auto report = JsonOnSmall("Birch", {"check"});
   EXPECT_EQ(report["can_load"], true);
@@ -58,7 +68,8 @@ TEST(CheckVerb, LoadsTheRunThatIsAskedFor) {
   EXPECT_THAT(result.output, HasSubstr("\nLoading run 13015\n  run record    loaded in "));
   EXPECT_THAT(result.output, HasSubstr("\n  configuration failed: there is no configuration 9999"));
   EXPECT_THAT(result.output, Not(HasSubstr("\n  settings")));
-  EXPECT_THAT(result.error, HasSubstr("runhistory: Birch: a run cannot be loaded from these databases\n"));
+  EXPECT_THAT(result.error,
+              HasSubstr("runhistory: Birch: run 13015 cannot be loaded from these databases\n"));
 }
 
 TEST(CheckVerb, NamesWhatIsMissing) {
@@ -98,15 +109,95 @@ TEST(CheckVerb, OfARunWhoseSettingsCannotBeReadHasStatusOne) {
   EXPECT_THAT(result.output, HasSubstr("\n  settings      failed: database"));
 }
 
-TEST(CheckVerb, OfANewSiteWithoutRunsGoesByTheTables) {
+TEST(CheckVerb, OfANewSiteWithoutRunsHasStatusOne) {
   const auto result = Check(server::Template("empty"));
-  EXPECT_EQ(result.status, 0);
-  EXPECT_THAT(result.output,
-              HasSubstr("\nNo run to load: the last run of Birch cannot be told: the runs table "
-                        "is empty\n"));
-  const ScratchDatabases databases("empty", {"birch"});
-  databases.Execute("DROP TABLE beam.potbyrun");
-  EXPECT_EQ(Check(databases.Template()).status, 1);
+  EXPECT_EQ(result.status, 1);
+  const std::string reason = "the last run of Birch cannot be told: the runs table is empty\n";
+  EXPECT_THAT(result.output, HasSubstr("\nNo run to load: " + reason));
+  EXPECT_THAT(result.error, HasSubstr("runhistory: Birch: " + reason));
+  const auto report = nlohmann::json::parse(Check(server::Template("empty"), {"--json"}).output);
+  EXPECT_EQ(report["can_load"], false);
+  EXPECT_EQ(report["complete"], true);
+}
+
+TEST(CheckVerb, HasStatusOneWhenATableCannotBeReadThoughTheRunCanBeLoaded) {
+  const ScratchDatabases databases("small", {"birch"});
+  const std::string complaint =
+      "runhistory: Birch: not all that the library reads is there and can be read\n";
+  databases.Execute("REVOKE SELECT ON beam.potbyrun FROM PUBLIC, brio_reader");
+  const auto unreadable = Check(databases.Template());
+  EXPECT_EQ(unreadable.status, 1);
+  EXPECT_THAT(unreadable.output, HasSubstr("\n    not readable: beam.potbyrun\n"));
+  EXPECT_THAT(unreadable.output, Not(HasSubstr("failed")));
+  EXPECT_THAT(unreadable.error, HasSubstr(complaint));
+  databases.Execute("GRANT SELECT ON beam.potbyrun TO brio_reader; DROP TABLE dataquality.dqsubruninfo");
+  EXPECT_THAT(Check(databases.Template()).error, HasSubstr(complaint));
+}
+
+TEST(CheckVerb, HasStatusOneWithoutTheRightToUseASchema) {
+  const ScratchDatabases databases("small", {"birch"});
+  databases.Execute("REVOKE USAGE ON SCHEMA dataquality FROM PUBLIC, brio_reader");
+  const auto result = Check(databases.Template());
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(result.output, HasSubstr("\n    not readable: dataquality.dqsubruninfo\n"));
+}
+
+TEST(CheckVerb, TakesGrantsOfColumnsThatSuffice) {
+  const ScratchDatabases databases("small", {"birch"});
+  databases.Execute(
+      "REVOKE SELECT ON beam.potbyrun, daq.runs FROM PUBLIC, brio_reader;"
+      "ALTER TABLE beam.potbyrun ADD secret text;"
+      "GRANT SELECT (run, npot) ON beam.potbyrun TO brio_reader;"
+      "GRANT SELECT (run, tstart, tstop, configid, nsubruns, nactivechan, partition, runtype) ON daq.runs TO "
+      "brio_reader");
+  const auto result = Check(databases.Template());
+  EXPECT_EQ(result.status, 0) << result.output << result.error;
+  EXPECT_THAT(result.output, Not(HasSubstr("potbyrun")));
+  EXPECT_THAT(result.output, HasSubstr("\n    not readable: daq.runs.shifter\n"));
+  databases.Execute("REVOKE SELECT (npot) ON beam.potbyrun FROM brio_reader");
+  const auto without = Check(databases.Template());
+  EXPECT_EQ(without.status, 1);
+  EXPECT_THAT(without.output, HasSubstr("\n    not readable: beam.potbyrun.npot\n"));
+}
+
+TEST(CheckVerb, OfAMissingRunSaysSoAndNothingOfOthers) {
+  const auto result = Check(server::Template("small"), {"--run", "14999"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(result.output, HasSubstr("\n  run record    failed: there is no such run\n"));
+  EXPECT_THAT(result.error,
+              HasSubstr("runhistory: Birch: there is no run 14999, which tells nothing of other runs; "
+                        "without --run the last one is tried\n"));
+  EXPECT_THAT(result.error, Not(HasSubstr("cannot be loaded")));
+}
+
+TEST(CheckVerb, SaysWhichColumnsHaveAnotherType) {
+  const ScratchDatabases databases("small", {"birch"});
+  databases.Execute(
+      "ALTER TABLE daq.runs ALTER tstart TYPE timestamptz USING tstart AT TIME ZONE 'UTC';"
+      "ALTER TABLE daq.runs ALTER runtype TYPE varchar(40), ALTER nsubruns TYPE bigint");
+  const auto result = Check(databases.Template());
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(LinesOf(result.output, "wrong type:"),
+              ElementsAre("wrong type: daq.runs.tstart is timestamp with time zone, not timestamp"));
+  const auto report = nlohmann::json::parse(Check(databases.Template(), {"--json"}).output);
+  EXPECT_EQ(Named(report, "runs")["wrong_types"],
+            Arguments{"daq.runs.tstart is timestamp with time zone, not timestamp"});
+}
+
+TEST(ShowVerb, HasNoDurationFromAStartThatCannotBeRead) {
+  const ScratchDatabases databases("small", {"birch"});
+  const auto show = [&](const Arguments& more = {}) {
+    Arguments arguments{"show", "--run", "13000"};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    return RunHistoryCommand(OnDatabases(databases.Template(), "Birch", arguments)).output;
+  };
+  databases.Execute("UPDATE daq.runs SET tstop = tstart - interval '1 s' WHERE run = 13000");
+  EXPECT_THAT(show(), HasSubstr("\n  duration        not known: the stop is before the start\n"));
+  databases.Execute("ALTER TABLE daq.runs ALTER tstart TYPE timestamptz USING tstart AT TIME ZONE 'UTC'");
+  EXPECT_THAT(show(), HasSubstr("\n  duration        not known: the start cannot be read as a time\n"));
+  const auto json = nlohmann::json::parse(show({"--json"}));
+  EXPECT_TRUE(json["duration"].is_null());
+  EXPECT_EQ(json["not_known"]["duration"], "the start cannot be read as a time");
 }
 
 TEST(CheckVerb, AsksForWhatTheDetectorNeeds) {
@@ -134,16 +225,6 @@ TEST(CheckVerb, KnowsAReadOnlyServer) {
   databases.Execute("ALTER DATABASE " + databases.Name() + " SET default_transaction_read_only = on");
   const auto report = nlohmann::json::parse(Check(databases.Template(), {"--json"}).output);
   EXPECT_EQ(Named(report, "runs")["read_only"], true);
-}
-
-/// The lines of check's text that begin with a word, indented, each once.
-std::set<std::string> LinesOf(const std::string& output, const std::string& word) {
-  std::set<std::string> lines;
-  std::istringstream text(output);
-  for (std::string line; std::getline(text, line);) {
-    if (line.rfind("    " + word, 0) == 0) { lines.insert(line.substr(4)); }
-  }
-  return lines;
 }
 
 TEST(CheckVerb, TellsInWhichSchemaHardwarePositionIsFound) {

@@ -183,8 +183,8 @@ TEST(DumpOfASimulatedRun, LeavesOutWhatACustomMaskLeavesOut) {
 }
 
 TEST(DumpOfASimulatedRun, TakesOptionsItHasNoUseFor) {
-  const auto result = RunHistoryCommand(
-      {"dump", "--detector", "Birch", "--run", "5", "--json", "--no-color", "--retries", "2"});
+  const auto result =
+      RunHistoryCommand({"dump", "--detector", "Birch", "--run", "5", "--no-color", "--retries", "2"});
   EXPECT_EQ(result.status, 0);
   EXPECT_THAT(result.output, HasSubstr("Dump of run 5\n"));
 }

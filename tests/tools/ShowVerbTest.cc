@@ -24,8 +24,9 @@ TEST(ShowVerb, SaysWhatTheLibrarySays) {
   auto& history = library.history;
   EXPECT_EQ(shown["detector"], "Birch");
   EXPECT_EQ(shown["run"], 13000);
-  EXPECT_EQ(shown["start"], history.TStartAsString());
-  EXPECT_EQ(shown["stop"], history.TStopAsString());
+  EXPECT_EQ(history.TStartAsString(), "2014-06-10 03:00:00");
+  EXPECT_EQ(shown["start"], "2014-06-10T03:00:00Z");
+  EXPECT_EQ(shown["stop"], "2014-06-10T11:50:00Z");
   EXPECT_EQ(shown["duration"], history.TStop() - history.TStart());
   EXPECT_EQ(shown["type"], history.GetRunType());
   EXPECT_EQ(shown["partition"], history.GetPartition());

@@ -7,6 +7,7 @@
 #include <sstream>
 #include <utility>
 
+#include "database/Util.h"
 #include "tools/shared/TerminalText.h"
 
 namespace brio::tools {
@@ -66,6 +67,17 @@ double ShortestValue(float value) {
   double number = 0;
   const auto read = std::from_chars(text.data(), text.data() + text.size(), number);
   return read.ec == std::errc() ? number : static_cast<double>(value);
+}
+
+bool IsTime(const std::string& text) {
+  long seconds = 0;
+  return brio::dbi::Util::TimeAsStringToTime_t(text, seconds);
+}
+
+std::string InZone(const std::string& text) {
+  constexpr std::size_t kBlank = 10;
+  if (!IsTime(text) || text.size() <= kBlank || text[kBlank] != ' ') { return text; }
+  return text.substr(0, kBlank) + 'T' + text.substr(kBlank + 1) + 'Z';
 }
 
 std::string Duration(std::time_t seconds) {

@@ -25,6 +25,12 @@ std::string Fixed(double value, int digits);
 std::string Shortest(float value);
 double ShortestValue(float value);
 
+/// Whether a time of a run record, "2014-06-10 03:00:00", is one.
+bool IsTime(const std::string& text);
+
+/// Such a time with its zone, "2014-06-10T03:00:00Z"; another text as it is.
+std::string InZone(const std::string& text);
+
 /// "8 h 50 min 0 s"; hours are left out when there are none.
 std::string Duration(std::time_t seconds);
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <stdexcept>
 #include <utility>
 
 #include "tools/shared/Console.h"
@@ -87,7 +88,7 @@ int LastRun(const std::string& detector) {
   arrays::RunSelection last;
   last.newest = 1;
   const auto lines = Listed(detector, last, failure);
-  if (lines.empty()) { throw NoRuns(failure + "the runs table is empty"); }
+  if (lines.empty()) { throw std::runtime_error(failure + "the runs table is empty"); }
   return lines.front().run;
 }
 

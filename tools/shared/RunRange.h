@@ -1,7 +1,6 @@
 #pragma once
 
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -36,13 +35,8 @@ std::vector<arrays::RunLine> RunsOf(const std::string& detector, const RunRange&
 /// many gaps the first few, and how many there are. Empty without any, and for an open range.
 std::string MissingFrom(const RunRange& range, const std::vector<arrays::RunLine>& lines);
 
-/// What LastRun throws for a runs table that has no run.
-struct NoRuns : std::runtime_error {
-  using std::runtime_error::runtime_error;
-};
-
 /// The number of the last run in the runs table of a detector. \throws std::runtime_error with the reason
-/// when the table cannot be read, and NoRuns when it has no run
+/// when the table cannot be read or has no run
 int LastRun(const std::string& detector);
 
 }  // namespace brio::tools

@@ -58,7 +58,7 @@ std::vector<ExpectedTable> TablesIn(const std::string& sql) {
   const std::string text = WithoutComments(sql);
   std::vector<ExpectedTable> tables;
   for (std::sregex_iterator match(text.begin(), text.end(), kTable), end; match != end; ++match) {
-    tables.push_back({(*match)[1], ColumnsIn((*match)[2])});
+    tables.push_back({(*match)[1], ColumnsIn((*match)[2]), {}, {}});
   }
   return tables;
 }
@@ -79,9 +79,16 @@ ExpectedDatabase RunDatabase() {
   ExpectedDatabase database{DatabaseKind::Runs, "runs", {}, {}};
   for (const char* table : kRunTables) {
     const auto definition = Definition(table);
-    ExpectedTable expected{definition.schema + "." + definition.name, {}};
+    ExpectedTable expected{definition.schema + "." + definition.name, {}, {}, {}};
     for (const auto& column : definition.columns) {
       expected.columns.push_back(column.Name());
+      expected.types[column.Name()] = column.Type();
+    }
+    if (expected.name == "daq.runs") {
+      expected.unused = {"nevents", "begin_comment", "end_comment", "shifter"};
+    }
+    if (expected.name == "dataquality.dqsubruninfo") {
+      expected.unused = {"comment", "inserttime", "insertuser"};
     }
     database.tables.push_back(std::move(expected));
   }

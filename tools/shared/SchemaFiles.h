@@ -1,5 +1,7 @@
 #pragma once
 
+#include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -11,6 +13,8 @@ namespace brio::tools {
 struct ExpectedTable {
   std::string name;  ///< "daq.runs"
   std::vector<std::string> columns;
+  std::map<std::string, std::string> types;  ///< of columns, where a definition file has them
+  std::set<std::string> unused;              ///< columns that no loader asks for
 };
 
 /// What one of a detector's databases should hold.

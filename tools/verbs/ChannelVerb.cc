@@ -119,14 +119,14 @@ public:
   }
 
   ExitStatus Finish() {
-    if (!isLoaded_) { return status_; }
-    if (options_.json && parts_.run.ok) {
-      console::Answer() << JsonText(
-                               {{"detector", options_.detector}, {"run", options_.run}, {"channels", list_}})
-                        << '\n';
-    }
     const Outcome& deepest = parts_.UpTo(Depth::Settings);
-    if (deepest.IsClean()) { return status_; }
+    const bool isClean = !isLoaded_ || deepest.IsClean();
+    if (options_.json) {
+      Json answer{{"detector", options_.detector}, {"run", options_.run}, {"channels", list_}};
+      if (!isClean) { answer["reason"] = deepest.reason; }
+      console::Answer() << JsonText(answer) << '\n';
+    }
+    if (isClean) { return status_; }
     SayUnavailable(history_, deepest.reason);
     return status_ == kAnswered ? kUnavailable : status_;
   }

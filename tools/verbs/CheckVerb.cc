@@ -19,15 +19,25 @@ struct Report {
   std::vector<DatabaseCheck> databases;
   std::optional<int> run;
   std::string whyNoRun;
-  bool isRunsTableReadable = true;
   std::vector<LoadStep> steps;
 
+  bool IsComplete() const {
+    return std::all_of(databases.begin(), databases.end(),
+                       [](const DatabaseCheck& check) { return check.IsComplete(); });
+  }
   bool CanLoad() const {
-    if (run) {
-      return std::all_of(steps.begin(), steps.end(), [](const LoadStep& step) { return step.outcome.ok; });
+    return run &&
+           std::all_of(steps.begin(), steps.end(), [](const LoadStep& step) { return step.outcome.ok; });
+  }
+  /// Why not all is well; empty when it is.
+  std::string Complaint() const {
+    if (!run) { return whyNoRun; }
+    if (!steps.empty() && steps.front().isMissing) {
+      return "there is no run " + std::to_string(*run) +
+             ", which tells nothing of other runs; without --run the last one is tried";
     }
-    return isRunsTableReadable && std::all_of(databases.begin(), databases.end(),
-                                              [](const DatabaseCheck& check) { return check.IsComplete(); });
+    if (!CanLoad()) { return "run " + std::to_string(*run) + " cannot be loaded from these databases"; }
+    return IsComplete() ? "" : "not all that the library reads is there and can be read";
   }
 };
 
@@ -57,7 +67,8 @@ std::string TextOf(const DatabaseCheck& check) {
               : ", " + count(check.indexes, check.missingIndexes.size()) + " recommended indexes") +
          ", looked up in " + Milliseconds(check.lookMilliseconds) + '\n' +
          Listed("missing table", check.missingTables) + Listed("missing column", check.missingColumns) +
-         Listed("not readable:", check.unreadable) + Listed("missing index", check.missingIndexes) +
+         Listed("not readable:", check.unreadable) + Listed("wrong type:", check.wrongTypes) +
+         Listed("missing index", check.missingIndexes) +
          (check.positionSchema.empty()
               ? ""
               : "    note: hardware_position is the one of schema " + Visible(check.positionSchema) + '\n') +
@@ -97,6 +108,7 @@ Json JsonOf(const DatabaseCheck& check) {
        {"missing_tables", check.missingTables},
        {"missing_columns", check.missingColumns},
        {"not_readable", check.unreadable},
+       {"wrong_types", check.wrongTypes},
        {"missing_indexes", check.missingIndexes},
        {"hardware_position_schema", check.positionSchema.empty() ? Json() : Json(check.positionSchema)},
        {"warnings", check.warnings},
@@ -106,7 +118,10 @@ Json JsonOf(const DatabaseCheck& check) {
 }
 
 Json JsonOf(const Report& report, const std::string& detector) {
-  Json object{{"detector", detector}, {"can_load", report.CanLoad()}, {"databases", Json::array()}};
+  Json object{{"detector", detector},
+              {"can_load", report.CanLoad()},
+              {"complete", report.IsComplete()},
+              {"databases", Json::array()}};
   for (const auto& check : report.databases) {
     object["databases"].push_back(JsonOf(check));
   }
@@ -128,10 +143,7 @@ ExitStatus Check(const Options& options, bool isRunGiven) {
   }
   try {
     report.run = isRunGiven ? options.run : LastRun(options.detector);
-  } catch (const NoRuns& error) { report.whyNoRun = error.what(); } catch (const std::runtime_error& error) {
-    report.whyNoRun = error.what();
-    report.isRunsTableReadable = false;
-  }
+  } catch (const std::runtime_error& error) { report.whyNoRun = error.what(); }
   if (report.run) {
     RunHistory history(*report.run, options.detector);
     ApplyTo(history, options);
@@ -142,8 +154,9 @@ ExitStatus Check(const Options& options, bool isRunGiven) {
   } else {
     console::Answer() << TextOf(report, options.detector);
   }
-  if (report.CanLoad()) { return kAnswered; }
-  console::Say("runhistory: " + options.detector + ": a run cannot be loaded from these databases");
+  const std::string complaint = report.Complaint();
+  if (complaint.empty()) { return kAnswered; }
+  console::Say("runhistory: " + options.detector + ": " + complaint);
   return kUnavailable;
 }
 

@@ -20,7 +20,7 @@ constexpr const char* kAboutStatement =
     "pg_is_in_recovery(), current_database(), current_user";
 constexpr const char* kColumnsStatement =
     "SELECT n.nspname || '.' || c.relname, a.attname, has_schema_privilege(n.oid, 'USAGE') AND "
-    "has_column_privilege(c.oid, a.attnum, 'SELECT') "
+    "has_column_privilege(c.oid, a.attnum, 'SELECT'), pg_catalog.format_type(a.atttypid, NULL) "
     "FROM pg_catalog.pg_class c JOIN pg_catalog.pg_namespace n ON n.oid = c.relnamespace "
     "JOIN pg_catalog.pg_attribute a ON a.attrelid = c.oid "
     "WHERE c.relkind IN ('r', 'p', 'v', 'm', 'f') AND a.attnum > 0 AND NOT a.attisdropped "
@@ -61,24 +61,67 @@ std::string ArrayOf(const std::vector<std::string>& names) {
   return "{" + text + "}";
 }
 
+/// A type's name, one for all types whose texts read alike.
+std::string KindOf(const std::string& type) {
+  static const std::map<std::string, std::string> kKinds{{"timestamp without time zone", "timestamp"},
+                                                         {"smallint", "number"},
+                                                         {"integer", "number"},
+                                                         {"bigint", "number"},
+                                                         {"real", "number"},
+                                                         {"double precision", "number"},
+                                                         {"numeric", "number"},
+                                                         {"character varying", "text"},
+                                                         {"character", "text"},
+                                                         {"name", "text"},
+                                                         {"bool", "boolean"}};
+  const auto found = kKinds.find(type);
+  return found != kKinds.end() ? found->second : type;
+}
+
+struct FoundColumn {
+  bool isReadable = false;
+  std::string type;
+};
+using FoundColumns = std::map<std::string, FoundColumn>;
+
+void CompareColumns(const ExpectedTable& table, const FoundColumns& columns, DatabaseCheck& check) {
+  std::vector<std::string> unreadable;
+  for (const auto& column : table.columns) {
+    const std::string name = table.name + "." + column;
+    const bool isNeeded = table.unused.count(column) == 0;
+    const auto found = columns.find(column);
+    if (found == columns.end()) {
+      check.missingColumns.push_back(name);
+      check.lacksNeeded |= isNeeded;
+      continue;
+    }
+    if (!found->second.isReadable) {
+      unreadable.push_back(name);
+      check.lacksNeeded |= isNeeded;
+    }
+    const auto type = table.types.find(column);
+    if (type != table.types.end() && KindOf(type->second) != KindOf(found->second.type)) {
+      check.wrongTypes.push_back(name + " is " + found->second.type + ", not " + type->second);
+    }
+  }
+  if (!unreadable.empty() && unreadable.size() == table.columns.size()) { unreadable = {table.name}; }
+  check.unreadable.insert(check.unreadable.end(), unreadable.begin(), unreadable.end());
+}
+
 void CompareTables(const PGresult* rows, const ExpectedDatabase& expected, DatabaseCheck& check) {
-  std::map<std::string, std::map<std::string, bool>> found;
+  std::map<std::string, FoundColumns> found;
   for (int row = 0; row < PQntuples(rows); ++row) {
-    found[PQgetvalue(rows, row, 0)][PQgetvalue(rows, row, 1)] = *PQgetvalue(rows, row, 2) == 't';
+    found[PQgetvalue(rows, row, 0)][PQgetvalue(rows, row, 1)] = {*PQgetvalue(rows, row, 2) == 't',
+                                                                 PQgetvalue(rows, row, 3)};
   }
   for (const auto& table : expected.tables) {
     const auto there = found.find(table.name);
     if (there == found.end()) {
       check.missingTables.push_back(table.name);
+      check.lacksNeeded = true;
       continue;
     }
-    const auto& columns = there->second;
-    for (const auto& column : table.columns) {
-      if (columns.count(column) == 0) { check.missingColumns.push_back(table.name + "." + column); }
-    }
-    const bool readable =
-        std::all_of(columns.begin(), columns.end(), [](const auto& column) { return column.second; });
-    if (!readable) { check.unreadable.push_back(table.name); }
+    CompareColumns(table, there->second, check);
   }
 }
 
@@ -127,7 +170,7 @@ bool Look(brio::dbi::Session& session, const ExpectedDatabase& expected, Databas
   for (const auto& table : expected.tables) {
     tables.push_back(table.name);
   }
-  const auto columns = session.Execute({kColumnsStatement, {ArrayOf(tables)}, false, 3});
+  const auto columns = session.Execute({kColumnsStatement, {ArrayOf(tables)}, false, 4});
   const auto indexes = session.Execute({kIndexesStatement, {ArrayOf(expected.indexes)}, false, 1});
   if (PQresultStatus(columns.get()) != PGRES_TUPLES_OK || PQresultStatus(indexes.get()) != PGRES_TUPLES_OK) {
     return false;
@@ -177,9 +220,17 @@ std::vector<LoadStep> TryLoading(brio::dbi::RunHistory& history) {
     auto outcome = Attempt(load);
     // A loader that goes on without what it could not read has not loaded the run.
     outcome.ok = outcome.IsClean();
-    steps.push_back({name, outcome, MillisecondsSince(start)});
+    steps.push_back({name, outcome, MillisecondsSince(start), false});
   };
-  take("run record", [&] { return LoadRunRecord(history); });
+  bool isMissing = false;
+  take("run record", [&] {
+    isMissing = !LoadRunRecord(history);
+    return !isMissing;
+  });
+  if (isMissing) {
+    steps.back().isMissing = true;
+    steps.back().outcome.reason = "there is no such run";
+  }
   take("hardware", [&] { return LoadHardware(history); });
   take("configuration", [&] { return history.LoadPixelInfo(0); });
   take("settings", [&] { return history.LoadAPDSettings(); });

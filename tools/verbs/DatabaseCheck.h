@@ -21,7 +21,10 @@ struct DatabaseCheck {
   int tables = 0;  ///< that should be there
   std::vector<std::string> missingTables;
   std::vector<std::string> missingColumns;
-  std::vector<std::string> unreadable;  ///< tables that are there, but not for this role
+  /// Tables, and columns of readable ones, that are there, but not for this role.
+  std::vector<std::string> unreadable;
+  std::vector<std::string> wrongTypes;  ///< "daq.runs.tstart is timestamp with time zone, not timestamp"
+  bool lacksNeeded = false;             ///< a loader asks for something of these
   int indexes = 0;                      ///< that are recommended
   std::vector<std::string> missingIndexes;
   /// Where the library finds the table hardware_position, which it names without a schema; empty when it
@@ -32,9 +35,7 @@ struct DatabaseCheck {
   double lookMilliseconds = 0;
 
   /// Everything that the library reads is there.
-  bool IsComplete() const {
-    return connection.ok && missingTables.empty() && missingColumns.empty() && unreadable.empty();
-  }
+  bool IsComplete() const { return connection.ok && !lacksNeeded && wrongTypes.empty(); }
 };
 
 DatabaseCheck CheckDatabase(const std::string& detector, const ExpectedDatabase& expected, int retries);
@@ -44,6 +45,7 @@ struct LoadStep {
   const char* name = "";
   Outcome outcome;
   double milliseconds = 0;
+  bool isMissing = false;  ///< the runs table has no such run
 };
 
 /// Loads a run step by step, up to the first that fails.

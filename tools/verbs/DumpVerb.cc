@@ -2,7 +2,10 @@
 #include <stdexcept>
 #include <string>
 
+#include "database/LoadScope.h"
 #include "framework/MessageLogger.h"
+#include "tools/shared/Console.h"
+#include "tools/shared/Format.h"
 #include "tools/shared/Loading.h"
 #include "tools/verbs/Verb.h"
 
@@ -53,7 +56,46 @@ ExitStatus StatusAfterDump(brio::dbi::RunHistory& history) {
   return kUnavailable;
 }
 
+/// What a dump has, as JSON.
+Json JsonOf(brio::dbi::RunHistory& history, const Options& options) {
+  const std::string start = history.TStartAsString();
+  const std::string stop = history.TStopAsString();
+  Json object{{"detector", options.detector},
+              {"run", options.run},
+              {"subruns", history.NSubruns()},
+              {"start", InZone(start)},
+              {"stop", stop.empty() ? Json() : Json(InZone(stop))},
+              {"triggers", history.NTriggers()},
+              {"active_channels", history.NActiveChannels()},
+              {"total_channels", history.NTotalChannels()},
+              {"live_dcms", history.NLiveDCMs()},
+              {"dcms", Json::array()},
+              {"event_builders", Json::array()}};
+  for (const auto& diblock : history.GetDiBlocks()) {
+    for (const auto& dcm : diblock.dcms) {
+      if (dcm.isActive) { object["dcms"].push_back(dcm.appName); }
+    }
+  }
+  for (const auto& builder : history.GetBNEVBs()) {
+    object["event_builders"].push_back(builder.appName);
+  }
+  return object;
+}
+
+ExitStatus DumpAsJson(const Options& options) {
+  brio::dbi::RunHistory history(options.run, options.detector);
+  ApplyTo(history, options);
+  const brio::dbi::LoadScope oneSnapshot;
+  const LoadedParts parts = LoadParts(history, Depth::Hardware);
+  if (parts.run.ok) { console::Answer() << JsonText(JsonOf(history, options)) << '\n'; }
+  const Outcome& deepest = parts.UpTo(Depth::Hardware);
+  if (deepest.ok) { return kAnswered; }
+  SayUnavailable(history, deepest.reason);
+  return kUnavailable;
+}
+
 ExitStatus Dump(const Options& options) {
+  if (options.json) { return DumpAsJson(options); }
   brio::dbi::RunHistory history(options.run, options.detector);
   ApplyTo(history, options);
   try {

@@ -1,7 +1,11 @@
-#include <iostream>
+#include <algorithm>
 #include <memory>
+#include <ostream>
+#include <sstream>
+#include <utility>
 
 #include "tools/shared/Console.h"
+#include "tools/shared/Format.h"
 #include "tools/shared/SchemaFiles.h"
 #include "tools/verbs/Verb.h"
 
@@ -13,20 +17,46 @@ struct SchemaOptions {
   bool hardware = false;
 };
 
+std::string Statements(const SchemaOptions& schema) {
+  std::string sql = RunTablesSql();
+  sql += SqlFile(kRunIndexes) + '\n';
+  sql += SqlFile(kConfigurationTables) + '\n';
+  sql += SqlFile(kSlowControlTables);
+  if (schema.hardware) { sql += '\n' + SqlFile(kHardwareTables); }
+  if (schema.indexes) { sql += '\n' + SqlFile(kHardwareIndexes); }
+  return sql;
+}
+
+/// Each statement by itself, without comments; none of them has a semicolon at the end of a line within it.
+Json ListOf(const std::string& sql) {
+  Json list = Json::array();
+  std::string statement;
+  std::istringstream lines(sql);
+  for (std::string line; std::getline(lines, line);) {
+    line.erase(std::min(line.find("--"), line.size()));
+    line.erase(line.find_last_not_of(' ') + 1);
+    if (line.empty()) { continue; }
+    statement += (statement.empty() ? "" : "\n") + line;
+    if (line.back() != ';') { continue; }
+    list.push_back(std::exchange(statement, {}));
+  }
+  return list;
+}
+
 }  // namespace
 
-Action PrepareSchema(CLI::App& command, const Options& /*options*/) {
+Action PrepareSchema(CLI::App& command, const Options& options) {
   auto schema = std::make_shared<SchemaOptions>();
   command.add_flag("--hardware", schema->hardware,
                    "Also the hardware tables, for a site whose hardware database is not there yet");
   command.add_flag("--indexes", schema->indexes, "Also the recommended indexes of the hardware tables");
-  return [schema] {
-    auto& answer = console::Answer();
-    answer << RunTablesSql() << SqlFile(kRunIndexes) << '\n'
-           << SqlFile(kConfigurationTables) << '\n'
-           << SqlFile(kSlowControlTables);
-    if (schema->hardware) { answer << '\n' << SqlFile(kHardwareTables); }
-    if (schema->indexes) { answer << '\n' << SqlFile(kHardwareIndexes); }
+  return [schema, &options] {
+    const std::string sql = Statements(*schema);
+    if (options.json) {
+      console::Answer() << JsonText({{"statements", ListOf(sql)}}) << '\n';
+    } else {
+      console::Answer() << sql;
+    }
     return kAnswered;
   };
 }

@@ -55,17 +55,23 @@ void AddTimes(RunHistory& history, Screen& screen) {
   const std::string stop = history.TStopAsString();
   const bool started = start != kNoStart;
   if (started) {
-    screen.Add("started", "start", start, start + " UTC");
+    screen.Add("started", "start", InZone(start), start + " UTC");
   } else {
     screen.AddUnknown("started", "start", kNotRecorded);
   }
   if (stop.empty()) {
     screen.AddUnknown("stopped", "stop", kNotRecorded);
   } else {
-    screen.Add("stopped", "stop", stop, stop + " UTC");
+    screen.Add("stopped", "stop", InZone(stop), stop + " UTC");
   }
+  if (!started || stop.empty()) { return; }
   const auto seconds = history.TStop() - history.TStart();
-  if (started && !stop.empty() && seconds >= 0) {
+  if (!IsTime(start) || !IsTime(stop)) {
+    screen.AddUnknown("duration", "duration",
+                      std::string("the ") + (IsTime(start) ? "stop" : "start") + " cannot be read as a time");
+  } else if (seconds < 0) {
+    screen.AddUnknown("duration", "duration", "the stop is before the start");
+  } else {
     screen.Add("duration", "duration", seconds, Duration(seconds));
   }
 }
@@ -183,7 +189,7 @@ void AddQuality(const std::vector<DQSubrunInfo>& records, Screen& screen) {
              {{"version", records.front().version},
               {"subruns", records.size()},
               {"flagged", flagged},
-              {"mean_mip_rate", rate},
+              {"mean_mip_rate", ShortestValue(static_cast<float>(rate))},
               {"good_diblocks", std::vector<int>(diblocks.begin(), diblocks.end())}},
              Count(records.size(), "subrun") + ", " + std::to_string(flagged) + " flagged, " + good +
                  " good diblocks, mean MIP rate " + Fixed(rate, 2) + " (version " +

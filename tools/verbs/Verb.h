@@ -26,7 +26,8 @@ struct Verb {
   /// Adds what the verb needs to its part of the command line, which has the shared options already, and
   /// gives its action. The options are filled in when the action runs, and outlive it.
   Action (*prepare)(CLI::App& command, const Options& options) = nullptr;
-  /// What the library prints is the answer, and stays on the streams that it is printed on.
+  /// What the library prints is the answer, unless that is JSON, and stays on the streams that it is printed
+  /// on.
   bool libraryAnswers = false;
 };
 
