@@ -68,9 +68,11 @@ TEST(JsonOfChannels, IsAnEmptyListForNoInputAndHasTheReasonOfAFailure) {
   EXPECT_EQ(none.status, 0);
   EXPECT_EQ(nlohmann::json::parse(none.output),
             (nlohmann::json{{"detector", "Birch"}, {"run", 13000}, {"channels", nlohmann::json::array()}}));
-  const auto missing = OnSmall("Birch", {"channel", "66,17", "--run", "14999", "--json"});
-  EXPECT_EQ(missing.status, 1);
-  EXPECT_EQ(nlohmann::json::parse(missing.output)["reason"], "there is no such run");
+  const auto incomplete = OnSmall("Birch", {"channel", "66,17", "--run", "13015", "--json"});
+  EXPECT_EQ(incomplete.status, 1);
+  const auto answer = nlohmann::json::parse(incomplete.output);
+  EXPECT_EQ(answer["channels"].size(), 1U);
+  EXPECT_EQ(answer["reason"], "there is no configuration 9999 in daqconfig.configurations");
 }
 
 TEST(JsonOfShow, HasNumbersAsTheyWereStored) {

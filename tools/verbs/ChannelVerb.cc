@@ -121,7 +121,7 @@ public:
   ExitStatus Finish() {
     const Outcome& deepest = parts_.UpTo(Depth::Settings);
     const bool isClean = !isLoaded_ || deepest.IsClean();
-    if (options_.json) {
+    if (options_.json && (!isLoaded_ || parts_.run.ok)) {
       Json answer{{"detector", options_.detector}, {"run", options_.run}, {"channels", list_}};
       if (!isClean) { answer["reason"] = deepest.reason; }
       console::Answer() << JsonText(answer) << '\n';
