@@ -25,6 +25,10 @@ std::string Fixed(double value, int digits);
 std::string Shortest(float value);
 double ShortestValue(float value);
 
+/// A number to seven digits, which leaves out those that adding makes up: "100.236"; and that number.
+std::string Rounded(double value);
+double RoundedValue(double value);
+
 /// "8 h 50 min 0 s"; hours are left out when there are none.
 std::string Duration(std::time_t seconds);
 
