@@ -92,6 +92,12 @@ constexpr const char* kPOTOfRuns =
     "(SELECT run, npot, row_number() OVER () AS place FROM beam.potbyrun "
     "WHERE run = ANY (ARRAY(SELECT run FROM listed))) stored ORDER BY run, place) p ON p.run = listed.run";
 
+constexpr const char* kMasksOfRuns =
+    " LEFT JOIN (SELECT DISTINCT ON (run) run, dbmask FROM "
+    "(SELECT run, dbmask, inserttime, row_number() OVER () AS place FROM dataquality.gooddiblocksvsrun "
+    "WHERE run = ANY (ARRAY(SELECT run FROM listed))) stored "
+    "ORDER BY run, inserttime DESC NULLS LAST, place) m ON m.run = listed.run";
+
 /// DCMs as the loader of a run takes them: rows of the own detector, where that counts.
 std::string ResourcesOfRuns(const std::string& detector, const RunSelection& selection,
                             Conditions& conditions) {
@@ -135,9 +141,11 @@ brio::dbi::Statement RunStatement(const std::string& detector, const RunSelectio
   if (selection.newest > 0) { text += " LIMIT " + std::to_string(selection.newest); }
   text += ") SELECT listed.*, ";
   text += selection.withPOT ? "p.run, p.npot, " : "NULL, NULL, ";
-  text += selection.withResources ? "d.dcms, d.names" : "NULL, NULL";
+  text += selection.withResources ? "d.dcms, d.names, " : "NULL, NULL, ";
+  text += selection.withMasks ? "m.dbmask" : "NULL";
   text += " FROM listed";
   if (selection.withPOT) { text += kPOTOfRuns; }
+  if (selection.withMasks) { text += kMasksOfRuns; }
   if (selection.withResources) { text += ResourcesOfRuns(detector, selection, conditions); }
 
   brio::dbi::Statement statement;

@@ -20,6 +20,7 @@ enum RunColumn {
   kPOT,
   kDCMs,      ///< how many rows of DCMs the run has; NULL for a run without resources
   kDCMNames,  ///< one a line
+  kMask,
   kRunColumns
 };
 

@@ -1,5 +1,7 @@
 #include "arrays/Runs.h"
 
+#include <algorithm>
+#include <array>
 #include <charconv>
 #include <cstring>
 #include <set>
@@ -98,7 +100,7 @@ RunLine LineOf(const RowView& row) {
   line.partition = NumberAt<int>(row, kPartition);
   line.configuration = NumberAt<long long>(row, kConfiguration);
   line.subruns = NumberAt<int>(row, kSubruns);
-  line.diblocks.status = line.dcms.status = line.pot.status = Status::NotAsked;
+  line.diblocks.status = line.dcms.status = line.pot.status = line.goodDiBlocks.status = Status::NotAsked;
   return line;
 }
 
@@ -116,34 +118,43 @@ std::vector<RunLine> LinesOf(const brio::dbi::Rows& rows, const std::string& det
     RunLine& line = runs.emplace_back(LineOf(row));
     if (areCounted) { ReadResources(row, isNear ? kMostNearDCMs : kMostDCMs, line); }
     if (selection.withPOT) { line.pot = NumberAt<float>(row, kPOT); }
+    if (selection.withMasks) { line.goodDiBlocks = NumberAt<int>(row, kMask); }
   }
   return runs;
 }
 
-/// What can be read of a selection beside which something cannot: the runs themselves, and one of the two.
+using Part = bool RunSelection::*;
+constexpr std::array<Part, 3> kParts{&RunSelection::withResources, &RunSelection::withPOT,
+                                     &RunSelection::withMasks};
+
+bool HasParts(const RunSelection& selection) {
+  return std::any_of(kParts.begin(), kParts.end(), [&](Part part) { return selection.*part; });
+}
+
+/// What can be read of a selection beside which something cannot: the runs themselves, then part by part.
 std::optional<std::vector<RunLine>> ListIncompletely(const std::string& detector,
                                                      const RunSelection& selection) {
-  RunSelection part = selection;
-  part.withResources = part.withPOT = false;
-  auto rows = Ask(detector, part).rows;
+  RunSelection readable = selection;
+  for (const Part part : kParts) {
+    readable.*part = false;
+  }
+  auto rows = Ask(detector, readable).rows;
   if (!rows) { return std::nullopt; }
-  if (selection.withResources && selection.withPOT) {
-    part.withResources = true;
-    auto more = Ask(detector, part).rows;
-    if (!more) {
-      part.withResources = false;
-      part.withPOT = true;
-      more = Ask(detector, part).rows;
-      part.withPOT = more.has_value();
-    }
+  for (const Part part : kParts) {
+    if (!(selection.*part)) { continue; }
+    readable.*part = true;
+    auto more = Ask(detector, readable).rows;
+    readable.*part = more.has_value();
     if (more) { rows = std::move(more); }
   }
-  auto runs = LinesOf(*rows, detector, part);
+  auto runs = LinesOf(*rows, detector, readable);
+  const auto isMissing = [&](Part part) { return selection.*part && !(readable.*part); };
   for (auto& line : runs) {
-    if (selection.withResources && !part.withResources) {
+    if (isMissing(&RunSelection::withResources)) {
       line.diblocks.status = line.dcms.status = Status::RunNotLoaded;
     }
-    if (selection.withPOT && !part.withPOT) { line.pot.status = Status::RunNotLoaded; }
+    if (isMissing(&RunSelection::withPOT)) { line.pot.status = Status::RunNotLoaded; }
+    if (isMissing(&RunSelection::withMasks)) { line.goodDiBlocks.status = Status::RunNotLoaded; }
   }
   return runs;
 }
@@ -154,7 +165,7 @@ std::optional<std::vector<RunLine>> ListRuns(const std::string& detector, const 
   const brio::dbi::LoadScope scope;
   const Asked asked = Ask(detector, selection);
   if (asked.rows) { return LinesOf(*asked.rows, detector, selection); }
-  if (!asked.isAboutNames || !(selection.withResources || selection.withPOT)) { return std::nullopt; }
+  if (!asked.isAboutNames || !HasParts(selection)) { return std::nullopt; }
   return ListIncompletely(detector, selection);
 }
 

@@ -30,6 +30,9 @@ struct RunLine {
   /// Protons on target, as stored; Status::NotAsked when nobody asked, Status::RunNotLoaded when they could
   /// not be read.
   Value<float> pot;
+  /// The newest good-diblock mask, bit 0 for diblock 1; Status::NotRecorded for none and for NULL, else as
+  /// pot.
+  Value<int> goodDiBlocks;
 };
 
 /// A comparison of a column of the runs table with a value, which PostgreSQL reads as the column's type; a
@@ -59,13 +62,14 @@ struct RunSelection {
   bool withResources = false;         ///< count diblocks and DCMs,
   std::size_t mostWithResources = 0;  ///< if there are no more runs than this; 0 for any number
   bool withPOT = false;               ///< read the protons on target
+  bool withMasks = false;             ///< read the good-diblock masks
 };
 
-/// The runs of a detector in ascending order of their numbers, in one statement. Where resources or protons
-/// on target cannot be read, the runs are asked for again without them. \return nothing, with the reason
-/// logged at error severity, when the runs table cannot be read; that includes a value that is none of its
-/// column's type \throws std::invalid_argument for a column or a comparison that there is not, cet::exception
-/// "BrioDatabase" for a missing or broken definition file
+/// The runs of a detector in ascending order of their numbers, in one statement. Where resources, masks or
+/// protons on target cannot be read, the runs are asked for again without them. \return nothing, with the
+/// reason logged at error severity, when the runs table cannot be read; that includes a value that is none of
+/// its column's type \throws std::invalid_argument for a column or a comparison that there is not,
+/// cet::exception "BrioDatabase" for a missing or broken definition file
 std::optional<std::vector<RunLine>> ListRuns(const std::string& detector, const RunSelection& selection = {});
 
 }  // namespace brio::arrays

@@ -10,6 +10,7 @@ import sys
 import tempfile
 
 from driver.clients import storm
+from driver.commands import Commands
 from driver.loads import Loads
 from driver.programs import Programs, say
 from driver.questions import Questions
@@ -23,7 +24,7 @@ def read_arguments():
     parser.add_argument("--rounds", type=int, default=9, help="interleaved rounds of each measurement (default: 9)")
     parser.add_argument("--quick", action="store_true",
                         help="one round, and only answers and counts are judged, not times")
-    parser.add_argument("--only", choices=["loads", "growth", "questions", "clients", "snapshots"], help="only this part")
+    parser.add_argument("--only", choices=["loads", "growth", "questions", "commands", "clients", "snapshots"], help="only this part")
     return parser.parse_args()
 
 
@@ -72,6 +73,12 @@ def main():
         if wanted("questions"):
             questions.channels(table)
             questions.records(table)
+            questions.arrays(table)
+        if wanted("commands"):
+            commands = Commands(os.path.join(options.programs, "../tools/runhistory"), programs.rounds,
+                                template.replace("brio_{detector}", "many_runs_{detector}"))
+            commands.list(table)
+            commands.export(table)
         if wanted("clients"):
             with tempfile.TemporaryDirectory(prefix="brio-pool-", dir="/tmp") as pool:
                 storm(table, programs, pool, server_socket, 50 if options.quick else 1000)

@@ -6,7 +6,7 @@ import sys
 import tempfile
 
 from driver.programs import say
-from driver.table import Measured, nanoseconds
+from driver.table import Measured, milliseconds, nanoseconds
 
 RECORDS = ("10", "1000", "1000000")
 
@@ -65,6 +65,19 @@ class Questions:
             name = f"{question}/DAQ"
             if self.check(table, name, runs[name]):
                 table.at_most(f"{question}, by DAQ channel, a copy", self.nanoseconds(runs[name]), 150, nanoseconds)
+
+    def arrays(self, table):
+        runs = self.measure("run_arrays")
+        table.heading("A loaded run as arrays, all 344,064 channels or 10,752 boards")
+        for name, bar in (("Channels", 5), ("Boards", None)):
+            if not self.check(table, name, runs[name]):
+                continue
+            taken = Measured([1e3 * run["seconds"] for run in runs[name]])
+            if bar is None:
+                table.note(f"Make{name}", milliseconds(taken))
+                continue
+            table.at_most(f"Make{name}", taken, bar, milliseconds)
+            table.fact(f"allocations of Make{name} are fewer than 20", runs[name][0]["allocations"] < 20, True)
 
     def records(self, table):
         runs = self.measure("channel_records")

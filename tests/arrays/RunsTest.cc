@@ -34,7 +34,7 @@ protected:
   static RunLine Line(int run, const std::string& detector = "Birch") {
     RunSelection selection;
     selection.first = selection.last = run;
-    selection.withResources = selection.withPOT = true;
+    selection.withResources = selection.withPOT = selection.withMasks = true;
     const auto runs = ListRuns(detector, selection);
     return runs && runs->size() == 1 ? runs->front() : RunLine();
   }
@@ -106,6 +106,8 @@ TEST_F(Runs, CarryWhatTheirTablesHold) {
   EXPECT_EQ(line.diblocks.value, 14);
   EXPECT_EQ(line.dcms.value, 168);
   EXPECT_EQ(line.pot.status, Status::Known);
+  EXPECT_EQ(line.goodDiBlocks.value, 16383);
+  EXPECT_EQ(Line(13010).goodDiBlocks.value, 0x3DBF);
 }
 
 TEST_F(Runs, SayWhatIsNotRecorded) {
@@ -120,6 +122,8 @@ TEST_F(Runs, SayWhatIsNotRecorded) {
   EXPECT_EQ(Line(13006).dcms.status, Status::NotInRun);
   EXPECT_EQ(Line(13006).pot.status, Status::Known);
   EXPECT_EQ(Line(13008).pot.status, Status::NotRecorded);
+  EXPECT_EQ(Line(13008).goodDiBlocks.status, Status::NotRecorded);
+  EXPECT_EQ(Line(13009).goodDiBlocks.status, Status::NotRecorded);
   EXPECT_EQ(Line(13009).pot.status, Status::NotRecorded);
   EXPECT_EQ(Line(13012).diblocks.status, Status::RunNotLoaded);
 }
@@ -183,7 +187,7 @@ TEST(RunConditions, AreAColumnAComparisonAndAValue) {
 
 TEST_F(Runs, AreAskedForInOneStatement) {
   RunSelection selection;
-  selection.withResources = selection.withPOT = true;
+  selection.withResources = selection.withPOT = selection.withMasks = true;
   const auto before = dbi::ConnectionStatistics::Now();
   EXPECT_EQ(Numbers(selection).size(), 41U);
   const auto after = dbi::ConnectionStatistics::Now();
@@ -223,6 +227,7 @@ TEST_F(Runs, AreListedWithoutTablesThatCannotBeRead) {
   databases.Execute("REVOKE ALL ON daq.daqresourcesbyrun FROM PUBLIC, brio_reader");
   EXPECT_EQ(Line(13000).start.value, "2014-06-10 03:00:00");
   EXPECT_EQ(Line(13000).dcms.status, Status::RunNotLoaded);
+  EXPECT_EQ(Line(13000).goodDiBlocks.value, 16383);
   databases.Execute("GRANT SELECT ON beam.potbyrun TO brio_reader");
   EXPECT_EQ(Line(13000).dcms.status, Status::RunNotLoaded);
   EXPECT_GT(Line(13000).pot.value, 0.0F);

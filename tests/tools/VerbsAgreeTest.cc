@@ -1,4 +1,5 @@
 // Numbers that two verbs give of the same thing, over all runs of the sample.
+#include <algorithm>
 #include <map>
 
 #include <gtest/gtest.h>
@@ -50,6 +51,69 @@ TEST_P(VerbsAgree, OnBoardsOfARun) {
   if (!Has(show, "good_diblock_mask")) { return; }
   const auto mask = JsonOnSmall(detector, {"mask", "--run", run});
   EXPECT_EQ(show["good_diblock_mask"], mask["database"]["bits"]);
+}
+
+/// A time without what tells its zone.
+std::string Bare(std::string time) {
+  std::replace(time.begin(), time.end(), 'T', ' ');
+  return time.substr(0, 19);
+}
+
+TEST_P(VerbsAgree, OnWhatARunIs) {
+  const std::string detector = GetParam().first;
+  const std::string run = std::to_string(GetParam().second);
+  const auto show = AnswerOf(detector, {"show", "--run", run});
+  const auto line = AnswerOf(detector, {"list", "--run", run}).at(0);
+  EXPECT_EQ(line["run"], GetParam().second);
+  for (const char* time : {"start", "stop"}) {
+    if (Has(show, time)) { EXPECT_EQ(Bare(show[time]), Bare(line[time])); }
+  }
+  for (const char* key : {"type", "partition", "configuration", "subruns"}) {
+    if (Has(show, key) && !line[key].is_null()) { EXPECT_EQ(show[key], line[key]); }
+  }
+  if (Has(show, "duration")) { EXPECT_EQ(show["duration"], line["duration_s"]); }
+  if (Has(show, "diblocks")) { EXPECT_EQ(show["diblocks"].size(), line["diblocks"]); }
+  EXPECT_EQ(Has(show, "pot"), !line["pot"].is_null());
+  if (Has(show, "pot")) { EXPECT_EQ(show["pot"].get<float>(), line["pot"].get<float>()); }
+}
+
+TEST_P(VerbsAgree, OnExposure) {
+  const std::string detector = GetParam().first;
+  const std::string run = std::to_string(GetParam().second);
+  const auto line = AnswerOf(detector, {"list", "--run", run}).at(0);
+  const auto exposure = AnswerOf(detector, {"exposure", "--run", run});
+  const auto& own = exposure["runs"].at(0);
+  EXPECT_EQ(own["pot"].is_null(), line["pot"].is_null());
+  EXPECT_EQ(own["live_time_s"], line["duration_s"]);
+  const auto pot = AnswerOf(detector, {"pot", "--run", run});
+  if (Has(pot, "pot")) {
+    EXPECT_EQ(own["pot"], pot["pot"]);
+    EXPECT_EQ(line["pot"].get<float>(), pot["pot"].get<float>());
+  }
+  const auto mask = JsonOnSmall(detector, {"mask", "--run", run});
+  EXPECT_EQ(mask.is_null(), own["good_diblocks"].is_null());
+  if (!mask.is_null()) { EXPECT_EQ(own["good_diblocks"], mask["database"]["diblocks"].size()); }
+  if (own["counted"] == true) {
+    EXPECT_EQ(exposure["total"]["pot"], own["pot"]);
+    EXPECT_EQ(exposure["total"]["live_time_s"], own["live_time_s"]);
+  }
+}
+
+TEST_P(VerbsAgree, OnExportedBoards) {
+  const std::string detector = GetParam().first;
+  const std::string run = std::to_string(GetParam().second);
+  const auto show = AnswerOf(detector, {"show", "--run", run});
+  const auto boards = AnswerOf(detector, {"export", "boards", "--run", run});
+  if (!Has(show, "boards_installed")) { return; }
+  int installed = 0;
+  int enabled = 0;
+  for (const auto& board : boards) {
+    if (board["installed"] != true) { continue; }
+    ++installed;
+    enabled += board["enabled"] == true ? 1 : 0;
+  }
+  EXPECT_EQ(show["boards_installed"], installed);
+  if (Has(show, "boards_enabled_installed")) { EXPECT_EQ(show["boards_enabled_installed"], enabled); }
 }
 
 std::vector<std::pair<const char*, int>> AllRuns() {

@@ -3,11 +3,16 @@
 
 #include "tools/maps/BoardMapForms.h"
 #include "tools/maps/ColorScale.h"
+#include "tools/shared/SvgElements.h"
 
 namespace brio::tools {
 namespace {
 
 using arrays::Status;
+using svg::Escaped;
+using svg::Number;
+using svg::Rectangle;
+using svg::Text;
 
 // Lengths are in the picture's own unit, a point at its natural size.
 constexpr double kCellWidth = 5;
@@ -21,39 +26,6 @@ constexpr double kLegendHeight = 118;
 constexpr double kScaleWidth = 320;
 constexpr double kSmall = 9;
 constexpr const char* kYesColor = "#2a5a8c";
-
-std::string Number(double value) {
-  std::string text = Fixed(value, 2);
-  text.erase(text.find_last_not_of('0') + 1);
-  if (text.back() == '.') { text.pop_back(); }
-  return text;
-}
-
-std::string Escaped(const std::string& text) {
-  std::string escaped;
-  for (const char character : text) {
-    switch (character) {
-      case '&': escaped += "&amp;"; break;
-      case '<': escaped += "&lt;"; break;
-      case '>': escaped += "&gt;"; break;
-      case '"': escaped += "&quot;"; break;
-      default: escaped += character;
-    }
-  }
-  return escaped;
-}
-
-std::string Text(double x, double y, double size, const char* anchor, const std::string& text) {
-  return "<text x=\"" + Number(x) + "\" y=\"" + Number(y) + "\" font-size=\"" + Number(size) +
-         "\" text-anchor=\"" + anchor + "\">" + Escaped(text) + "</text>\n";
-}
-
-std::string Rectangle(double x, double y, double width, double height, const std::string& attributes,
-                      const std::string& inside = "") {
-  std::string element = "<rect x=\"" + Number(x) + "\" y=\"" + Number(y) + "\" width=\"" + Number(width) +
-                        "\" height=\"" + Number(height) + "\" " + attributes;
-  return element + (inside.empty() ? "/>\n" : ">" + inside + "</rect>\n");
-}
 
 /// How a state without a value is filled: by patterns that differ without their colour.
 const char* FillOf(Status status) {

@@ -80,6 +80,21 @@ std::string InZone(const std::string& text) {
   return text.substr(0, kBlank) + 'T' + text.substr(kBlank + 1) + 'Z';
 }
 
+std::string Rounded(double value) {
+  constexpr int kDigits = 7;
+  std::array<char, 64> text{};
+  const auto end =
+      std::to_chars(text.data(), text.data() + text.size(), value, std::chars_format::general, kDigits);
+  return {text.data(), end.ptr};
+}
+
+double RoundedValue(double value) {
+  const std::string text = Rounded(value);
+  double number = 0;
+  const auto read = std::from_chars(text.data(), text.data() + text.size(), number);
+  return read.ec == std::errc() ? number : value;
+}
+
 std::string Duration(std::time_t seconds) {
   constexpr std::time_t kMinute = 60;
   constexpr std::time_t kHour = 3600;

@@ -31,6 +31,10 @@ bool IsTime(const std::string& text);
 /// Such a time with its zone, "2014-06-10T03:00:00Z"; another text as it is.
 std::string InZone(const std::string& text);
 
+/// A number to seven digits, which leaves out those that adding makes up: "100.236"; and that number.
+std::string Rounded(double value);
+double RoundedValue(double value);
+
 /// "8 h 50 min 0 s"; hours are left out when there are none.
 std::string Duration(std::time_t seconds);
 

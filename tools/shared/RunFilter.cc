@@ -43,6 +43,11 @@ void AddRunFilter(CLI::App& command, arrays::RunSelection& selection) {
       ->check(CLI::Range(1, 1000000000));
 }
 
+bool HasFilter(const arrays::RunSelection& selection) {
+  return selection.since || selection.until || selection.at || selection.type || selection.partition ||
+         selection.configuration || !selection.where.empty() || selection.newest > 0;
+}
+
 void SetRuns(const CLI::App& command, const Options& options, arrays::RunSelection& selection) {
   if (command.get_option("--run")->count() == 0) { return; }
   selection.first = options.runs.first;

@@ -11,6 +11,9 @@ namespace brio::tools {
 /// --since, --until, --type, --partition, --config, --where, --limit.
 void AddRunFilter(CLI::App& command, arrays::RunSelection& selection);
 
+/// Whether a selection chooses by anything but numbers.
+bool HasFilter(const arrays::RunSelection& selection);
+
 /// Adds the numbers of `--run` to a selection, where it was given.
 void SetRuns(const CLI::App& command, const Options& options, arrays::RunSelection& selection);
 

@@ -96,6 +96,7 @@ Action PrepareExport(CLI::App& command, const Options& options) {
       ->type_name("FILE");
   command.add_option("--format", exported->form, "The form, whatever the file's ending; csv unless given")
       ->check(CLI::IsMember({"csv", "json", "jsonl", "sqlite"}));
+  TakeRunAsArgument(command);
   return [exported, &options] { return Export(*exported, options); };
 }
 

@@ -98,6 +98,7 @@ Action PrepareList(CLI::App& command, const Options& options) {
                    "Count diblocks in a list of more than " + std::to_string(kMostCounted) + " runs too");
   command.add_option("--format", listOptions->format, "The form of the answer; text unless given")
       ->check(CLI::IsMember({"text", "csv", "json", "jsonl"}));
+  TakeRunAsArgument(command);
   return [listOptions, &command, &options] {
     auto& selection = listOptions->selection;
     SetRuns(command, options, selection);

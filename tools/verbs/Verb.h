@@ -43,6 +43,10 @@ Action PrepareChannel(CLI::App& command, const Options& options);
 Action PrepareMap(CLI::App& command, const Options& options);
 /// `runhistory export boards|channels`: everything that is known of each, as CSV, JSON or an SQLite database.
 Action PrepareExport(CLI::App& command, const Options& options);
+/// `runhistory history QUANTITY`: a quantity of a channel, a board, a DCM or the detector over runs.
+Action PrepareHistory(CLI::App& command, const Options& options);
+/// `runhistory exposure`: what protons on target, live times and good diblocks of runs add up to.
+Action PrepareExposure(CLI::App& command, const Options& options);
 /// `runhistory diff RUN_A RUN_B`: what changed between two runs.
 Action PrepareDiff(CLI::App& command, const Options& options);
 /// `runhistory mask`: the good-diblock mask, the analysis mask and what the rule does.
