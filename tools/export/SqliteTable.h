@@ -11,9 +11,9 @@
 
 namespace brio::tools {
 
-/// Writes records of named fields as an SQLite database with one table, as arrays::RecordWriter writes them in
-/// other forms: what is absent is NULL, yes and no are 1 and 0. The database is made in memory.
-/// \throws std::runtime_error when SQLite has no room
+/// Writes records of named fields as an SQLite database with one table, as arrays::RecordWriter writes them
+/// in other forms: what is absent is NULL, yes and no are 1 and 0. The database is made in memory. \throws
+/// std::runtime_error when SQLite has no room
 class SqliteTable {
 public:
   SqliteTable(std::ostream& stream, std::string name);
