@@ -86,9 +86,9 @@ TEST(CommandLine, NamesAVerbThatThereIsNotAndTheNearestOne) {
   EXPECT_EQ(RunHistoryCommand({"-d", "Birch", "-r", "13000", "chanel"}).error,
             "runhistory: there is no verb \"chanel\"; the nearest is \"channel\"\n" + tellHelp);
   EXPECT_THAT(RunHistoryCommand({"fetch"}).error,
-              StartsWith("runhistory: there is no verb \"fetch\"; the verbs are show, channel, map, "));
+              StartsWith("runhistory: there is no verb \"fetch\"; the verbs are list, show, channel, map, "));
   EXPECT_THAT(RunHistoryCommand({"-d", "Birch"}).error,
-              StartsWith("runhistory: a verb is missing; the verbs are show, "));
+              StartsWith("runhistory: a verb is missing; the verbs are list, show, "));
 }
 
 TEST(CommandLine, TakesOptionsBeforeTheVerb) {
