@@ -4,6 +4,7 @@
 #include <array>
 #include <charconv>
 #include <cstring>
+#include <iterator>
 #include <set>
 #include <stdexcept>
 #include <utility>
@@ -14,11 +15,16 @@
 #include "database/LoadScope.h"
 #include "database/Session.h"
 #include "database/Util.h"
+#include "database/snapshot/HeldRuns.h"
+#include "framework/MessageLogger.h"
 
 namespace brio::arrays {
 namespace {
 
 using brio::dbi::RowView;
+
+constexpr int kFirstRealRun = 10000;
+constexpr int kLastRealRun = 999999;
 
 /// What became of the statement for a selection.
 struct Asked {
@@ -159,9 +165,78 @@ std::optional<std::vector<RunLine>> ListIncompletely(const std::string& detector
   return runs;
 }
 
+bool Fits(const RunLine& line, const RunSelection& selection) {
+  const auto is = [](const auto& value, const auto& wanted) {
+    return !wanted || (value.IsKnown() && value.value == *wanted);
+  };
+  return is(line.type, selection.type) && is(line.partition, selection.partition) &&
+         is(line.configuration, selection.configuration);
+}
+
+/// Without what the selection does not ask for.
+void Reduce(std::vector<RunLine>& runs, const RunSelection& selection) {
+  const bool areCounted = selection.withResources &&
+                          (selection.mostWithResources == 0 || runs.size() <= selection.mostWithResources);
+  for (auto& line : runs) {
+    if (!areCounted) {
+      line.diblocks = {0, Status::NotAsked};
+      line.dcms = {0, Status::NotAsked};
+    }
+    if (!selection.withPOT) { line.pot = {0.0F, Status::NotAsked}; }
+    if (!selection.withMasks) { line.goodDiBlocks = {0, Status::NotAsked}; }
+  }
+}
+
+/// The list that a snapshot gives: put together from what it holds of each run. A run between the first and
+/// the last that it does not hold is a failure, not one that is missing.
+std::optional<std::vector<RunLine>> ListHeld(const std::string& detector, const RunSelection& selection,
+                                             const std::vector<int>& held) {
+  if (selection.since || selection.until || selection.at || !selection.where.empty()) {
+    LogError("BrioDatabase")
+        << "the runs of a snapshot cannot be chosen by times or comparisons, only by number, type, partition "
+           "and configuration";
+    return std::nullopt;
+  }
+  const auto isIn = [&](int run) {
+    return run >= selection.first.value_or(run) && run <= selection.last.value_or(run);
+  };
+  std::set<int> wanted;
+  std::copy_if(held.begin(), held.end(), std::inserter(wanted, wanted.end()), isIn);
+  int next = std::max(selection.first.value_or(kFirstRealRun), kFirstRealRun);
+  const int last = selection.first && selection.last ? std::min(*selection.last, kLastRealRun) : next - 1;
+  while (next <= last && wanted.count(next) > 0) {
+    ++next;
+  }
+  if (next <= last) { wanted.insert(next); }  // one that is not held is enough to be told of
+  std::vector<RunLine> runs;
+  for (const int run : wanted) {
+    const brio::dbi::LoadScope scope(run);
+    const auto rows = Ask(detector, AllOf(run)).rows;
+    if (!rows) { return std::nullopt; }
+    for (auto& line : LinesOf(*rows, detector, AllOf(run))) {
+      if (Fits(line, selection)) { runs.push_back(std::move(line)); }
+    }
+  }
+  if (selection.newest > 0 && runs.size() > selection.newest) {
+    runs.erase(runs.begin(), runs.end() - static_cast<std::ptrdiff_t>(selection.newest));
+  }
+  Reduce(runs, selection);
+  return runs;
+}
+
 }  // namespace
 
+RunSelection AllOf(int run) {
+  RunSelection selection;
+  selection.first = selection.last = run;
+  selection.withResources = selection.withPOT = selection.withMasks = true;
+  return selection;
+}
+
 std::optional<std::vector<RunLine>> ListRuns(const std::string& detector, const RunSelection& selection) {
+  if (const auto held = brio::dbi::snapshot::RunsInstead(detector, RunStatement(detector, selection))) {
+    return ListHeld(detector, selection, *held);
+  }
   const brio::dbi::LoadScope scope;
   const Asked asked = Ask(detector, selection);
   if (asked.rows) { return LinesOf(*asked.rows, detector, selection); }

@@ -65,10 +65,15 @@ struct RunSelection {
   bool withMasks = false;             ///< read the good-diblock masks
 };
 
+/// A run by its number, with everything that a list can tell: what a snapshot keeps of it for lists.
+RunSelection AllOf(int run);
+
 /// The runs of a detector in ascending order of their numbers, in one statement. Where resources, masks or
 /// protons on target cannot be read, the runs are asked for again without them. \return nothing, with the
 /// reason logged at error severity, when the runs table cannot be read; that includes a value that is none of
-/// its column's type \throws std::invalid_argument for a column or a comparison that there is not,
+/// its column's type. A snapshot answers for the runs that it holds; one between `first` and `last` that it
+/// does not hold is a failure, and so are times and comparisons, which only a server knows.
+/// \throws std::invalid_argument for a column or a comparison that there is not,
 /// cet::exception "BrioDatabase" for a missing or broken definition file
 std::optional<std::vector<RunLine>> ListRuns(const std::string& detector, const RunSelection& selection = {});
 

@@ -1,7 +1,10 @@
 #include "snapshot/RunRecorder.h"
 
+#include <exception>
 #include <memory>
+#include <new>
 
+#include "database/LoadScope.h"
 #include "database/snapshot/Recording.h"
 #include "database/snapshot/TakenNow.h"
 #include "snapshot/Facts.h"
@@ -45,22 +48,33 @@ std::vector<RunSource> RunRecorder::Sources() const {
 
 namespace {
 
-std::shared_ptr<RecordedRun> RecordOnce(const std::string& detector, int run, bool& wasInterrupted) {
+std::shared_ptr<RecordedRun> RecordOnce(const std::string& detector, int run, const Saver::Question& also,
+                                        bool& wasInterrupted) {
   auto recorded = std::make_shared<RecordedRun>();
   const dbi::recording::OnThisThread recording({recorded, &recorded->answers});
+  const dbi::LoadScope oneState;
   const AskedRun asked = AskForAll(run, detector);
   wasInterrupted = asked.wasInterrupted;
   recorded->isMissing = asked.isMissing;
   recorded->failure = recorded->answers.Failure() ? recorded->answers.Failure() : asked.failure;
+  if (also && !recorded->failure) {
+    try {
+      also(detector, run);
+    } catch (const std::bad_alloc&) {
+      throw;
+    } catch (const std::exception&) {  // NOLINT(bugprone-empty-catch)
+      // What was answered is kept; the rest fails from the snapshot as it failed here.
+    }
+  }
   return recorded;
 }
 
 }  // namespace
 
-std::shared_ptr<RecordedRun> Record(const std::string& detector, int run) {
+std::shared_ptr<RecordedRun> Record(const std::string& detector, int run, const Saver::Question& also) {
   bool wasInterrupted = false;
-  auto recorded = RecordOnce(detector, run, wasInterrupted);
-  return recorded->failure && wasInterrupted ? RecordOnce(detector, run, wasInterrupted) : recorded;
+  auto recorded = RecordOnce(detector, run, also, wasInterrupted);
+  return recorded->failure && wasInterrupted ? RecordOnce(detector, run, also, wasInterrupted) : recorded;
 }
 
 }  // namespace brio::snapshot

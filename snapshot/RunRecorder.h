@@ -8,6 +8,7 @@
 
 #include "database/snapshot/AnswerSet.h"
 #include "database/snapshot/SavedRun.h"
+#include "snapshot/Saver.h"
 
 namespace brio::snapshot {
 
@@ -38,6 +39,7 @@ struct RecordedRun {
 };
 
 /// Reads a run, once more when the first try was interrupted. What the loaders print goes where they print.
-std::shared_ptr<RecordedRun> Record(const std::string& detector, int run);
+/// \param also  what else is asked when the loaders had all
+std::shared_ptr<RecordedRun> Record(const std::string& detector, int run, const Saver::Question& also = {});
 
 }  // namespace brio::snapshot

@@ -1,6 +1,7 @@
 #include "snapshot/Saver.h"
 
 #include <filesystem>
+#include <utility>
 
 #include "database/snapshot/SnapshotWriter.h"
 #include "database/snapshot/TakenNow.h"
@@ -16,6 +17,7 @@ public:
   explicit Impl(const std::string& path) : writer(path) {}
 
   SnapshotWriter writer;
+  Question also;
 };
 
 Saver::Saver(const std::string& path, Old old) : impl_(std::make_unique<Impl>(path)) {
@@ -24,8 +26,10 @@ Saver::Saver(const std::string& path, Old old) : impl_(std::make_unique<Impl>(pa
 
 Saver::~Saver() = default;
 
+void Saver::AlsoAsk(Question question) { impl_->also = std::move(question); }
+
 SavedResult Saver::Save(const std::string& detector, int run) {
-  const auto recorded = Record(detector, run);
+  const auto recorded = Record(detector, run, impl_->also);
   if (recorded->failure) { return {Saved::Refused, *recorded->failure}; }
   auto saved =
       dbi::snapshot::TakenNow(detector, run, recorded->isMissing ? RunState::Missing : RunState::Whole);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -36,6 +37,11 @@ public:
   ~Saver();
   Saver(const Saver&) = delete;
   Saver& operator=(const Saver&) = delete;
+
+  /// Asks about one run, beside the loaders. What fails there is not saved, and does not refuse the run.
+  using Question = std::function<void(const std::string& detector, int run)>;
+  /// What else to ask about each run from now on, so that the file answers it too.
+  void AlsoAsk(Question question);
 
   /// Reads a run and stores it, in the place of the one that was there. Simulated runs have answers, too.
   SavedResult Save(const std::string& detector, int run);

@@ -46,7 +46,7 @@ TEST(ADeadServer, IsToldOnceOnOneLine) {
   }
   const auto shown = OnDeadServer({"show"}).output;
   EXPECT_EQ(CountOf(shown, kNoSocket), 1);
-  EXPECT_EQ(CountOf(shown, "not known, as above\n"), 3);
+  EXPECT_EQ(CountOf(shown, "not known, as above\n"), 8);
 }
 
 /// Run 13004's settings have four boards whose mean gain is out of range.

@@ -30,7 +30,7 @@ verbs=$("$command" --help | sed -n '/^Subcommands:/,/^$/s/^  \([a-z]*\) .*/\1/p'
 [[ $(completes '' | grep -v '^--' | sort) == $(printf '%s\n' help version "$verbs" | sort) ]] || fail "bash completes other verbs"
 for verb in $verbs; do
   grep -qE "^\.BI? $verb( |\$)" <<<"$manual" || fail "the man page has no $verb"
-  options=$("$command" "$verb" --help | grep -oE '^  (-.,)?--[a-z-]+' | grep -oE -- '--[a-z-]+')
+  options=$("$command" "$verb" --help | grep -oE '^ +(-.,)?--[a-z-]+' | grep -oE -- '--[a-z-]+')
   [[ $(wc -l <<<"$options") -ge 11 ]] || fail "the help of $verb names these options: $options"
   for option in $options; do
     grep -qF -- "$option" <<<"$manual" || fail "the man page has no $option"

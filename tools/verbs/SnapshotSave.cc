@@ -2,12 +2,14 @@
 #include <memory>
 
 #include "RunHistory/DetInfo.h"
+#include "arrays/Runs.h"
 #include "snapshot/Saver.h"
 #include "tools/shared/Console.h"
 #include "tools/shared/Format.h"
 #include "tools/shared/Progress.h"
 #include "tools/shared/Quiet.h"
 #include "tools/shared/RemovedOnSignal.h"
+#include "tools/verbs/RunNotes.h"
 #include "tools/verbs/SnapshotActions.h"
 
 namespace brio::tools {
@@ -86,6 +88,11 @@ ExitStatus SaveSnapshot(const Options& options, bool isRunGiven, const SnapshotR
   Saver saver(request.output, request.append ? Saver::Old::Append : Saver::Old::Replace);
   const RemovedOnSignal removed(saver.TemporaryPath());
   wait.reset();
+  // So that the verbs that list runs, and what they tell beside the library's facts, are answered too.
+  saver.AlsoAsk([](const std::string& detector, int run) {
+    arrays::ListRuns(detector, arrays::AllOf(run));
+    LoadRunNotes(run, detector);
+  });
   Counts counts;
   Json list = Json::array();
   const auto start = std::chrono::steady_clock::now();
