@@ -68,6 +68,26 @@ const char* WordOf(Saved saved) {
   return "refused";
 }
 
+/// What the verbs ask about a run beside the library's facts: its line in lists, and what `show` tells.
+void AskForVerbs(const std::string& detector, int run) {
+  arrays::ListRuns(detector, arrays::AllOf(run));
+  LoadRunNotes(run, detector);
+}
+
+void Tell(const Options& options, const std::string& output, const Counts& counts, bool isSaved, Json list) {
+  if (options.json) {
+    const Json object{{"file", isSaved ? Json(output) : Json()}, {"runs", std::move(list)}};
+    console::Answer() << JsonText(object) << '\n';
+  } else if (isSaved) {
+    console::Answer() << output << ": " << counts.whole << (counts.whole == 1 ? " run" : " runs") << " saved"
+                      << (counts.missing > 0 ? ", " + std::to_string(counts.missing) + " as missing" : "")
+                      << (counts.refused > 0 ? ", " + std::to_string(counts.refused) + " refused" : "")
+                      << '\n';
+  } else {
+    console::Say("runhistory: no run could be saved; " + output + " is not written");
+  }
+}
+
 }  // namespace
 
 ExitStatus SaveSnapshot(const Options& options, bool isRunGiven, const SnapshotRequest& request) {
@@ -88,11 +108,7 @@ ExitStatus SaveSnapshot(const Options& options, bool isRunGiven, const SnapshotR
   Saver saver(request.output, request.append ? Saver::Old::Append : Saver::Old::Replace);
   const RemovedOnSignal removed(saver.TemporaryPath());
   wait.reset();
-  // So that the verbs that list runs, and what they tell beside the library's facts, are answered too.
-  saver.AlsoAsk([](const std::string& detector, int run) {
-    arrays::ListRuns(detector, arrays::AllOf(run));
-    LoadRunNotes(run, detector);
-  });
+  saver.AlsoAsk(AskForVerbs);
   Counts counts;
   Json list = Json::array();
   const auto start = std::chrono::steady_clock::now();
@@ -121,18 +137,7 @@ ExitStatus SaveSnapshot(const Options& options, bool isRunGiven, const SnapshotR
   // With nothing to put into it a file that is there stays as it is.
   const bool isSaved = counts.whole + counts.missing > 0;
   if (isSaved) { saver.Commit(); }
-  if (options.json) {
-    const Json object{{"file", isSaved ? Json(request.output) : Json()}, {"runs", std::move(list)}};
-    console::Answer() << JsonText(object) << '\n';
-  } else if (isSaved) {
-    console::Answer() << request.output << ": " << counts.whole << (counts.whole == 1 ? " run" : " runs")
-                      << " saved"
-                      << (counts.missing > 0 ? ", " + std::to_string(counts.missing) + " as missing" : "")
-                      << (counts.refused > 0 ? ", " + std::to_string(counts.refused) + " refused" : "")
-                      << '\n';
-  } else {
-    console::Say("runhistory: no run could be saved; " + request.output + " is not written");
-  }
+  Tell(options, request.output, counts, isSaved, std::move(list));
   return counts.refused == 0 ? kAnswered : kUnavailable;
 }
 
