@@ -1,3 +1,5 @@
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -19,6 +21,18 @@ namespace {
 using test::CapturedMessages;
 using testing::ElementsAre;
 using testing::IsEmpty;
+
+/// A socket's file is there before anybody listens.
+bool IsListening(const std::string& socket) {
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  socket.copy(static_cast<char*>(address.sun_path), sizeof address.sun_path - 1);
+  const int descriptor = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  // NOLINTNEXTLINE(cppcoreguidelines-pro-type-reinterpret-cast): what the system's interface is made of
+  const bool listens = connect(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+  close(descriptor);
+  return listens;
+}
 
 /// A transaction pooler before the private server, with one server connection for all clients.
 class BehindAPooler : public test::OwnDatabase {
@@ -42,10 +56,10 @@ protected:
       _exit(127);
     }
     const std::string socket = folder_.Path() + "/.s.PGSQL.5432";
-    for (int i = 0; i < 1500 && !std::filesystem::exists(socket); ++i) {
+    for (int i = 0; i < 1500 && !IsListening(socket); ++i) {
       std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
-    ASSERT_TRUE(std::filesystem::exists(socket)) << "the pooler did not start";
+    ASSERT_TRUE(IsListening(socket)) << "the pooler did not start";
     ConnectAs("brio_reader", "host=" + folder_.Path());
   }
 
