@@ -31,7 +31,7 @@ class Records(np.ma.MaskedArray):  # type: ignore[type-arg]
 
 def records(data: npt.NDArray[Any], missing: npt.NDArray[Any]) -> Records:
     """Records over an array and its mask, without copying them."""
-    made = Records(data, mask=missing, copy=False)
+    made = Records(data, mask=missing, copy=False, keep_mask=False)
     made.fill_value = np.array([_fill_values(data.dtype)], dtype=data.dtype)[0]
     return made
 
