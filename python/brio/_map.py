@@ -75,11 +75,12 @@ def _axes(ax: Any) -> list[Axes]:
         import matplotlib.pyplot as plt
 
         _, pair = plt.subplots(2, 1, sharex=True, figsize=(9, 6), constrained_layout=True)
-        return list(pair)
+        return [pair[0], pair[1]]
     if _is_single(ax):
         ax.set_axis_off()
-        return [ax.inset_axes((0.0, 0.57, 1.0, 0.43)), ax.inset_axes((0.0, 0.0, 1.0, 0.43))]
-    pair = list(np.ravel(ax))
-    if len(pair) != 2:
-        raise ValueError(f"a map has two views, so that it takes one or two axes, not {len(pair)}")
-    return pair
+        single: Any = ax
+        return [single.inset_axes((0.0, 0.57, 1.0, 0.43)), single.inset_axes((0.0, 0.0, 1.0, 0.43))]
+    views: list[Axes] = list(np.ravel(ax))
+    if len(views) != 2:
+        raise ValueError(f"a map has two views, so that it takes one or two axes, not {len(views)}")
+    return views
