@@ -64,5 +64,5 @@ def source_tree():
 def many_runs(tmp_path_factory, server):
     """A snapshot of forty runs."""
     path = tmp_path_factory.mktemp("snapshot") / "runs.brio"
-    brio.save(brio.runs("Birch", 13000, 13040, source=server, where="run <> 13012"), path)
+    brio.save(brio.runs("Birch", 13000, 13040, source=server, where="run != 13012"), path)
     return path
