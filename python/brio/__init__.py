@@ -20,8 +20,9 @@ Missing values are masked, and a column beside them says why (brio.Status): noth
 measured. Arrays belong to numpy and cannot be written to.
 
 Errors are brio.Error and its children RunNotFound, DatabaseError and IncompleteError. Messages of the library go to
-logging.getLogger("brio.RunHistory") and "brio.BrioDatabase", its loaders' progress at debug level. Loads let other Python threads run, but come one after the
-other in a process: use processes to load at the same time. Ctrl-C ends a load that waits for a server.
+logging.getLogger("brio.RunHistory") and "brio.BrioDatabase", its loaders' progress at debug level. Loads let other
+Python threads run, but come one after the other in a process: use processes to load at the same time. Ctrl-C ends a
+load that waits for a server.
 """
 
 import atexit as _atexit
