@@ -1,4 +1,4 @@
-"""`pip install .`: the Python package with the libraries and table definitions that it needs, by Debian's python3-skbuild.
+"""`pip install .`: the Python package with the libraries and table definitions that it needs, by python3-skbuild.
 
 There is no pyproject.toml on purpose: with one, pip would fetch what is installed already.
 """
@@ -32,8 +32,8 @@ setup(
     install_requires=["numpy"],
     cmake_install_dir="python",
     cmake_args=[
-        "-DBRIO_BUILD_PYTHON=ON", "-DBRIO_BUILD_TOOLS=OFF", "-DBRIO_BUILD_TESTS=OFF", f"-DPython_EXECUTABLE={sys.executable}",
-        "-DBRIO_PYTHON_DIR=.", "-DCMAKE_INSTALL_LIBDIR=brio/lib", "-DCMAKE_INSTALL_DATADIR=brio/share",
+        "-DBRIO_BUILD_PYTHON=ON", "-DBRIO_BUILD_TOOLS=OFF", "-DBRIO_BUILD_TESTS=OFF",
+        f"-DPython_EXECUTABLE={sys.executable}", "-DBRIO_PYTHON_DIR=.", "-DCMAKE_INSTALL_LIBDIR=brio/lib", "-DCMAKE_INSTALL_DATADIR=brio/share",
     ],
     cmake_process_manifest_hook=needed,
     zip_safe=False,

@@ -37,8 +37,8 @@ def draw(points, path):
 def main(snapshot, picture, workers=2):
     runs = brio.runs("Birch", source=snapshot, incomplete="raise")
     # Processes, not threads: in one process loads come one after the other.
-    with LocalCluster(n_workers=int(workers), threads_per_worker=1, host="127.0.0.1", dashboard_address=None) as cluster:
-        with Client(cluster) as client:
+    with LocalCluster(n_workers=int(workers), threads_per_worker=1, host="127.0.0.1", dashboard_address=None) as here:
+        with Client(here) as client:
             answers = client.gather(client.map(means, list(runs)))
     points = [answer for answer in answers if answer[1] is not None]
     for number, _, reason in (answer for answer in answers if answer[1] is None):

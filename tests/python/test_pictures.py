@@ -41,7 +41,7 @@ def test_a_map_shows_both_views_plane_by_cell(run):
         assert (bottom, top) == (-0.5, 383.5)
         assert (image.axes.get_xlabel(), image.axes.get_ylabel()) == ("plane", "cell")
     assert "13000" in shown[0].axes.get_title() and "even" in shown[0].axes.get_title()
-    assert shown[0].get_clim() == shown[1].get_clim() 
+    assert shown[0].get_clim() == shown[1].get_clim()
     low, high = shown[0].get_clim()
     assert values.min() <= low < high < values.max() and low == pytest.approx(np.quantile(values.compressed(), 0.005))
     shown[0].figure.canvas.draw()
