@@ -33,7 +33,8 @@ setup(
     cmake_install_dir="python",
     cmake_args=[
         "-DBRIO_BUILD_PYTHON=ON", "-DBRIO_BUILD_TOOLS=OFF", "-DBRIO_BUILD_TESTS=OFF",
-        f"-DPython_EXECUTABLE={sys.executable}", "-DBRIO_PYTHON_DIR=.", "-DCMAKE_INSTALL_LIBDIR=brio/lib", "-DCMAKE_INSTALL_DATADIR=brio/share",
+        f"-DPython_EXECUTABLE={sys.executable}", "-DBRIO_PYTHON_DIR=.",
+        "-DCMAKE_INSTALL_LIBDIR=brio/lib", "-DCMAKE_INSTALL_DATADIR=brio/share",
     ],
     cmake_process_manifest_hook=needed,
     zip_safe=False,
