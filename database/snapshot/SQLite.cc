@@ -58,7 +58,9 @@ SQLiteFile SQLiteFile::OpenImmutable(const std::string& path) {
   sqlite3_db_config(handle, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
   sqlite3_limit(handle, SQLITE_LIMIT_LENGTH, kLongestValue);
   sqlite3_limit(handle, SQLITE_LIMIT_ATTACHED, 0);
-  file.Run("PRAGMA cell_size_check=ON; PRAGMA mmap_size=0; PRAGMA temp_store=MEMORY; PRAGMA query_only=ON");
+  file.Run(
+      "PRAGMA cell_size_check=ON; PRAGMA mmap_size=0; PRAGMA cache_size=-256; PRAGMA temp_store=MEMORY; "
+      "PRAGMA query_only=ON");
   return file;
 }
 

@@ -73,7 +73,7 @@ private:
   std::mutex mutex_;  ///< of all that follows
   int users_ = 0;
   std::optional<SnapshotTables> tables_;
-  BlocksInUse blocks_;
+  FramesInUse frames_;
   std::list<Known> known_;  ///< the one used last first
 };
 
