@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -8,12 +9,15 @@
 
 namespace brio::dbi::snapshot {
 
-/// A block as it lies in the file, found whole.
+/// A block as it lies in the file, found whole. Those that are not small are read again when they are needed.
 struct Frame {
-  ContentHash hash;  ///< of what is in it
-  std::size_t size;  ///< of what is in it
-  std::string data;
+  ContentHash hash;      ///< of what is in it
+  std::size_t size = 0;  ///< of what is in it
+  std::string data;      ///< empty when it is to be read again
 };
+
+/// Gives the bytes of a frame that were not kept, checked as they were before. \throws SnapshotError
+using FrameReader = std::function<std::string(const ContentHash& hash)>;
 
 /// An answer that was found whole, and is decompressed only while somebody reads it: a job that asks little
 /// of a run pays little, and no memory is kept for what was read already.
@@ -23,7 +27,7 @@ public:
 
   /// \throws SnapshotError when the frames do not hold what the record says, which no damage but only a file
   /// made so can bring about
-  std::shared_ptr<const StoredAnswer> Unpack() const;
+  std::shared_ptr<const StoredAnswer> Unpack(const FrameReader& read) const;
 
 private:
   AnswerRecord record_;

@@ -114,9 +114,14 @@ bool SQLiteQuery::Step() {
   sqlite3_progress_handler(handle_, 0, nullptr, nullptr);
   if (code == SQLITE_ROW) { return true; }
   if (code != SQLITE_DONE) { throw SnapshotError(sqlite3_errmsg(handle_)); }
+  Reset();
+  return false;
+}
+
+SQLiteQuery& SQLiteQuery::Reset() {
   bound_ = 0;
   Check(sqlite3_reset(statement_.get()));
-  return false;
+  return *this;
 }
 
 std::int64_t SQLiteQuery::Number(int column) { return sqlite3_column_int64(statement_.get(), column); }

@@ -20,13 +20,6 @@ constexpr std::size_t kKeptBytes = std::size_t{16} << 20U;
 
 std::string Named(const RunRow& run) { return "run " + std::to_string(run.run) + " of " + run.detector; }
 
-/// Also what only a file made so gets wrong. \throws SnapshotError
-void UnpackAll(const VerifiedAnswers& answers) {
-  for (const auto& answer : answers.byQuestion) {
-    answer.second->Unpack();
-  }
-}
-
 }  // namespace
 
 FileIdentity FileIdentity::Of(const std::string& path) {
@@ -106,6 +99,17 @@ std::optional<std::string> SharedSnapshot::Verify(const std::string& detector, i
   return std::nullopt;
 }
 
+FrameReader SharedSnapshot::Reader() const {
+  return [this](const ContentHash& hash) { return tables_->ReadFrame(hash); };
+}
+
+/// Also what only a file made so gets wrong. \throws SnapshotError
+void SharedSnapshot::UnpackAll(const VerifiedAnswers& answers) const {
+  for (const auto& answer : answers.byQuestion) {
+    answer.second->Unpack(Reader());
+  }
+}
+
 std::vector<std::string> SharedSnapshot::VerifyAll() {
   const std::lock_guard<std::mutex> lock(mutex_);
   std::vector<std::string> complaints;
@@ -154,7 +158,7 @@ std::shared_ptr<const StoredAnswer> SharedSnapshot::FindInRun(const AnswerKey& k
   } catch (const SnapshotError& error) { IsDamaged(Named(run) + ": " + error.what()); }
   const auto question = HashOf(key);
   const auto found = verified->byQuestion.find(question);
-  if (found != verified->byQuestion.end()) { return found->second->Unpack(); }
+  if (found != verified->byQuestion.end()) { return found->second->Unpack(Reader()); }
   if (auto answer = FindAnywhere(question, false)) { return answer; }
   if (run.state == RunState::Part) {
     throw cet::exception("BrioDatabase") << "snapshot " << path_ << " holds only a part of " << Named(run)
@@ -177,7 +181,7 @@ std::shared_ptr<const StoredAnswer> SharedSnapshot::FindAnywhere(const ContentHa
       try {
         const auto verified = Verified(unit);
         const auto found = verified->byQuestion.find(question);
-        if (found != verified->byQuestion.end()) { return found->second->Unpack(); }
+        if (found != verified->byQuestion.end()) { return found->second->Unpack(Reader()); }
       } catch (const SnapshotError& error) {
         if (!complaint) { complaint = error.what(); }
       }

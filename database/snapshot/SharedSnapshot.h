@@ -58,6 +58,8 @@ private:
   };
 
   bool BeginUse();
+  FrameReader Reader() const;
+  void UnpackAll(const VerifiedAnswers& answers) const;
   std::shared_ptr<const VerifiedAnswers> Verified(Unit unit);
   void Keep(Unit unit, const std::shared_ptr<const VerifiedAnswers>& answers);
   bool IsKnown(Unit unit) const;

@@ -71,6 +71,25 @@ constexpr const char* kRunColumns = "SELECT id, detector, run, state, taken, lib
 constexpr const char* kAnswerColumns =
     "SELECT a.id, a.question, a.form, a.rows, a.columns, a.digest, a.blocks, a.hash, q.detector, q.database, "
     "q.statement, q.parameters, q.binary FROM ";
+constexpr const char* kFrameOfBlock = "SELECT size, frame, data FROM block WHERE hash = ?";
+
+/// Such frames are kept rather than read twice.
+constexpr std::size_t kSmallFrame = 16384;
+
+/// Valid until the query is used again.
+std::string_view CheckedFrame(SQLiteQuery& block, const ContentHash& hash) {
+  block.Reset().BindBytes(BytesOf(hash));
+  if (!block.Step()) { throw SnapshotError("a block is not there"); }
+  const auto size = block.Number(0);
+  if (size < 0) { throw SnapshotError("a block has a negative size"); }
+  const ContentHash expected = HashIn(block.Bytes(1));
+  const auto frame = block.Bytes(2);
+  if (HashOf(frame) != expected) { throw SnapshotError("a block has another hash than it should have"); }
+  if (!IsFrameOf(frame, static_cast<std::size_t>(size))) {
+    throw SnapshotError("a block has another size than it should have");
+  }
+  return frame;
+}
 
 }  // namespace
 
@@ -237,6 +256,7 @@ VerifiedAnswers SnapshotTables::ReadAnswer(std::int64_t answer, FramesInUse& fra
 void SnapshotTables::ReadAnswers(SQLiteQuery& query, FramesInUse& frames, VerifiedAnswers& verified,
                                  std::vector<ContentHash>& hashes) const {
   std::size_t size = 0;
+  SQLiteQuery blocks(file_, kFrameOfBlock);
   while (query.Step()) {
     AnswerRecord record{query.Number(0), query.Number(1), query.Number(2), query.Number(3),
                         query.Text(4),   query.Text(5),   query.Text(6)};
@@ -248,7 +268,7 @@ void SnapshotTables::ReadAnswers(SQLiteQuery& query, FramesInUse& frames, Verifi
     }
     std::vector<std::shared_ptr<const Frame>> used;
     for (const auto& block : HashesIn(record.blocks)) {
-      used.push_back(ReadFrame(block, frames));
+      used.push_back(ReadFrame(blocks, block, frames));
       size += used.back()->size;
       if (size > kLargestRun) { throw SnapshotError("it is too large"); }
       verified.bytes += used.back()->data.size();
@@ -258,24 +278,23 @@ void SnapshotTables::ReadAnswers(SQLiteQuery& query, FramesInUse& frames, Verifi
   }
 }
 
-std::shared_ptr<const Frame> SnapshotTables::ReadFrame(const ContentHash& hash, FramesInUse& frames) const {
+/// \param block  asks for a block's size, its frame's hash, and its frame, by its own hash
+std::shared_ptr<const Frame> SnapshotTables::ReadFrame(SQLiteQuery& block, const ContentHash& hash,
+                                                       FramesInUse& frames) const {
   auto& known = frames[hash];
   if (auto frame = known.lock()) { return frame; }
-  SQLiteQuery query(file_, "SELECT size, frame, data FROM block WHERE hash = ?");
-  query.BindBytes(BytesOf(hash));
-  if (!query.Step()) { throw SnapshotError("a block is not there"); }
-  const auto size = query.Number(0);
-  if (size < 0) { throw SnapshotError("a block has a negative size"); }
-  const ContentHash expected = HashIn(query.Bytes(1));
-  auto frame = std::make_shared<const Frame>(Frame{hash, static_cast<std::size_t>(size), query.Text(2)});
-  if (HashOf(frame->data) != expected) {
-    throw SnapshotError("a block has another hash than it should have");
-  }
-  if (!IsFrameOf(frame->data, frame->size)) {
-    throw SnapshotError("a block has another size than it should have");
-  }
+  const std::string_view data = CheckedFrame(block, hash);
+  auto frame = std::make_shared<Frame>();
+  frame->hash = hash;
+  frame->size = static_cast<std::size_t>(block.Number(0));
+  if (data.size() <= kSmallFrame) { frame->data = data; }
   known = frame;
   return frame;
+}
+
+std::string SnapshotTables::ReadFrame(const ContentHash& hash) const {
+  SQLiteQuery block(file_, kFrameOfBlock);
+  return std::string(CheckedFrame(block, hash));
 }
 
 std::string SnapshotTables::IntegrityComplaint() const {

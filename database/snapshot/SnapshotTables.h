@@ -54,6 +54,8 @@ public:
   VerifiedAnswers ReadRun(std::int64_t run, FramesInUse& frames) const;
   /// The same of one answer.
   VerifiedAnswers ReadAnswer(std::int64_t answer, FramesInUse& frames) const;
+  /// What a block's frame holds, checked again.
+  std::string ReadFrame(const ContentHash& hash) const;
   /// What SQLite itself finds wrong with the file; empty for nothing.
   std::string IntegrityComplaint() const;
 
@@ -63,7 +65,8 @@ private:
   RunRow RunAt(SQLiteQuery& query) const;
   void ReadAnswers(SQLiteQuery& query, FramesInUse& frames, VerifiedAnswers& verified,
                    std::vector<ContentHash>& hashes) const;
-  std::shared_ptr<const Frame> ReadFrame(const ContentHash& hash, FramesInUse& frames) const;
+  std::shared_ptr<const Frame> ReadFrame(SQLiteQuery& block, const ContentHash& hash,
+                                         FramesInUse& frames) const;
 
   SQLiteFile file_;
 };
