@@ -24,7 +24,8 @@ function(brio_library name)
   target_sources(brio_${name} PUBLIC FILE_SET HEADERS
     BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${ARG_HEADERS})
   target_compile_features(brio_${name} PUBLIC cxx_std_17)
-  target_compile_options(brio_${name} PRIVATE -fno-semantic-interposition)
+  target_compile_options(brio_${name} PRIVATE -fno-semantic-interposition
+    $<$<BOOL:${BRIO_BUILD_FUZZERS}>:-fsanitize=fuzzer-no-link>)  # what the fuzzer is guided by
   target_link_libraries(brio_${name}
     PUBLIC ${ARG_PUBLIC} PRIVATE ${ARG_PRIVATE} $<BUILD_INTERFACE:brio_compile_settings>)
   set_property(GLOBAL APPEND PROPERTY BRIO_INSTALLED_TARGETS brio_${name})
