@@ -2,7 +2,9 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <filesystem>
+#include <fstream>
 
 #include "tests/tools/Sample.h"
 
@@ -58,6 +60,59 @@ TEST(SchemaVerb, MakesTheTablesThatTheLibraryReads) {
   EXPECT_EQ(IndexesOf(bare.name), IndexesOf("empty_birch"));
 }
 
+/// What psql prints on standard error while it runs a text, as the owner, in one transaction.
+std::string PsqlSays(const std::string& database, const std::string& sql) {
+  const std::string file = testing::TempDir() + "/schema_verb.sql";
+  std::ofstream(file) << sql;
+  const std::string command =
+      "env -u PGHOSTADDR -u PGSERVICE -u PGOPTIONS psql -X -q -1 -v ON_ERROR_STOP=1 -h " +
+      server::SocketFolder() + " -p 5432 -U postgres -d " + database + " -f " + file + " 2>&1 >/dev/null";
+  FILE* psql = popen(command.c_str(), "r");
+  std::string said;
+  for (int character = 0; (character = std::fgetc(psql)) != EOF;) {
+    said += static_cast<char>(character);
+  }
+  EXPECT_EQ(pclose(psql), 0) << said;
+  return said;
+}
+
+TEST(SchemaVerb, RunTwiceLeavesWhatIsThereAndSaysSo) {
+  const BareDatabase bare;
+  const auto sql = RunHistoryCommand({"schema", "--hardware", "--indexes"}).output;
+  EXPECT_EQ(PsqlSays(bare.name, sql), "");
+  server::Query(bare.name, "INSERT INTO daq.runs (run) VALUES (7)");
+  server::Query(bare.name, "DROP TABLE slowcontrol.apd_settings");
+  server::Query(bare.name, "DROP INDEX public.apd_pixel_m_gain");
+  const auto said = PsqlSays(bare.name, sql);
+  for (const auto* there :
+       {"schema \"daq\"", "schema \"millpondprod_factory\"", "relation \"runs\"", "relation \"enable_masks\"",
+        "relation \"hardware_position\"", "relation \"runs_run\"", "relation \"module_place\"",
+        "statistics object \"module_place_statistics\""}) {
+    EXPECT_THAT(said, HasSubstr(std::string("NOTICE:  ") + there + " already exists, skipping\n"));
+  }
+  EXPECT_THAT(said, Not(HasSubstr("apd_settings")));
+  EXPECT_THAT(said, Not(HasSubstr("apd_pixel_m_gain")));
+  EXPECT_EQ(server::Value(bare.name, "SELECT run FROM daq.runs"), "7");
+  EXPECT_EQ(ColumnsOf(bare.name), ColumnsOf("empty_birch"));
+  EXPECT_EQ(IndexesOf(bare.name), IndexesOf("empty_birch"));
+}
+
+TEST(SchemaVerb, MakesTheTablesOfOneDatabase) {
+  std::string all;
+  for (const auto* database : {"runs", "daqconfig", "slowcontrol", "hardware"}) {
+    const auto result = RunHistoryCommand({"schema", "--indexes", "--only", database});
+    EXPECT_EQ(result.status, 0) << result.error;
+    const BareDatabase bare;
+    server::Query(bare.name, result.output);
+    EXPECT_THAT(ColumnsOf(bare.name), Not(testing::IsEmpty()));
+    all += (all.empty() ? "" : "\n") + result.output;
+  }
+  EXPECT_EQ(all, RunHistoryCommand({"schema", "--hardware", "--indexes"}).output);
+  EXPECT_THAT(RunHistoryCommand({"schema", "--only", "hardware"}).output, Not(HasSubstr("CREATE INDEX")));
+  EXPECT_EQ(RunHistoryCommand({"schema", "--only", "birch"}).status, 2);
+  EXPECT_EQ(RunHistoryCommand({"schema", "--only", "runs", "--hardware"}).status, 2);
+}
+
 TEST(SchemaVerb, LeavesTheHardwareDatabaseAloneUnlessAsked) {
   const BareDatabase bare;
   const auto result = RunHistoryCommand({"schema"});
@@ -66,7 +121,8 @@ TEST(SchemaVerb, LeavesTheHardwareDatabaseAloneUnlessAsked) {
   EXPECT_THAT(ColumnsOf(bare.name), Not(HasSubstr("millpondprod_factory")));
   EXPECT_THAT(IndexesOf(bare.name), HasSubstr("INDEX runs_run ON daq.runs"));
   EXPECT_THAT(result.output, Not(HasSubstr("apd_pixel_m")));
-  EXPECT_THAT(RunHistoryCommand({"schema", "--indexes"}).output, HasSubstr("CREATE INDEX apd_pixel_m_gain"));
+  EXPECT_THAT(RunHistoryCommand({"schema", "--indexes"}).output,
+              HasSubstr("CREATE INDEX IF NOT EXISTS apd_pixel_m_gain"));
 }
 
 TEST(SchemaVerb, SaysWhichFileIsMissing) {

@@ -69,7 +69,7 @@ void AddColumns(const std::string& body, ExpectedTable& table) {
 
 /// The tables that an .sql file of this project creates, one column a line.
 std::vector<ExpectedTable> TablesIn(const std::string& sql) {
-  static const std::regex kTable("CREATE TABLE ([a-z_0-9.]+) \\(\n([^;]*)\\);");
+  static const std::regex kTable("CREATE TABLE IF NOT EXISTS ([a-z_0-9.]+) \\(\n([^;]*)\\);");
   const std::string text = WithoutComments(sql);
   std::vector<ExpectedTable> tables;
   for (std::sregex_iterator match(text.begin(), text.end(), kTable), end; match != end; ++match) {
@@ -82,7 +82,7 @@ std::vector<ExpectedTable> TablesIn(const std::string& sql) {
 
 /// The indexes that an .sql file creates, each with its table.
 std::vector<std::pair<std::string, std::string>> IndexesIn(const std::string& sql) {
-  static const std::regex kIndex("CREATE INDEX ([a-z_0-9]+) ON ([a-z_0-9]+)\\.([a-z_0-9]+)");
+  static const std::regex kIndex("CREATE INDEX IF NOT EXISTS ([a-z_0-9]+) ON ([a-z_0-9]+)\\.([a-z_0-9]+)");
   const std::string text = WithoutComments(sql);
   std::vector<std::pair<std::string, std::string>> indexes;
   for (std::sregex_iterator match(text.begin(), text.end(), kIndex), end; match != end; ++match) {
@@ -162,7 +162,8 @@ std::string RunTablesSql() {
     for (const auto& column : definition.columns) {
       columns += (columns.empty() ? "\n  " : ",\n  ") + Quoted(column.Name()) + " " + column.Type();
     }
-    sql += "CREATE TABLE " + schema + "." + Quoted(definition.name) + " (" + columns + "\n);\n\n";
+    sql +=
+        "CREATE TABLE IF NOT EXISTS " + schema + "." + Quoted(definition.name) + " (" + columns + "\n);\n\n";
   }
   return sql;
 }
