@@ -22,9 +22,9 @@ import markdown
 from markdown.extensions.toc import slugify_unicode
 
 MENU = [("README.md", "Home"), ("docs/tutorial.md", "Tutorial"), ("docs/cpp.md", "C++"), ("docs/python.md", "Python"),
-        ("docs/snapshots.md", "Snapshots"), ("docs/operators.md", "Operators"), ("docs/reliability.md", "Reliability"),
-        ("docs/performance.md", "Performance"), ("docs/architecture.md", "Architecture"), ("CHANGELOG.md", "Changes"),
-        ("CONTRIBUTING.md", "Contributing")]
+        ("docs/report.md", "Reports"), ("docs/snapshots.md", "Snapshots"), ("docs/operators.md", "Operators"),
+        ("docs/reliability.md", "Reliability"), ("docs/performance.md", "Performance"),
+        ("docs/architecture.md", "Architecture"), ("CHANGELOG.md", "Changes"), ("CONTRIBUTING.md", "Contributing")]
 PAGE = """<!DOCTYPE html>
 <html lang="en">
 <head>
