@@ -48,6 +48,7 @@ for quantity in $("$command" map --help | sed -n 's/.*QUANTITY:{\([^}]*\)}.*/\1/
   completes map "$quantity" | grep -qxF "$quantity" || fail "bash does not complete map $quantity"
 done
 [[ $(completes map ga) == gain ]] || fail "bash does not complete a quantity"
+[[ $(completes schema --only s) == slowcontrol ]] || fail "bash does not complete a database"
 [[ $(completes show --color al) == always ]] || fail "bash does not complete when to use colours"
 [[ $(completes snapshot v) == verify ]] || fail "bash does not complete an action"
 [[ $(completes map gain --format s) == svg ]] || fail "bash does not complete a format"
