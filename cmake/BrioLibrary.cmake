@@ -10,17 +10,19 @@ if(NOT BRIO_SANITIZE STREQUAL "")
   target_link_options(brio_compile_settings INTERFACE -fsanitize=${BRIO_SANITIZE})
 endif()
 
-# brio_library(<name> HEADERS <public headers...> SOURCES <files...> [PUBLIC <libs...>] [PRIVATE <libs...>])
-# makes the shared library brio::<name> out of the current folder; headers are included as "<folder>/<file>".
-# Shared only: what a library finds beside itself, and what exists once in a process, would not survive being
-# linked into several others. It exports what its headers mark (framework/Export.h), under the version of its
-# interface, which is also its soname's: until 1.0 each minor version has one of its own.
+# The version of the libraries' interface, which is that of their sonames and symbols: until 1.0 each minor version has
+# one of its own.
 if(PROJECT_VERSION_MAJOR EQUAL 0)
   set(BRIO_INTERFACE_VERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
 else()
   set(BRIO_INTERFACE_VERSION ${PROJECT_VERSION_MAJOR})
 endif()
 configure_file(${CMAKE_CURRENT_LIST_DIR}/exports.map.in ${PROJECT_BINARY_DIR}/exports.map @ONLY)
+
+# brio_library(<name> HEADERS <public headers...> SOURCES <files...> [PUBLIC <libs...>] [PRIVATE <libs...>])
+# makes the shared library brio::<name> out of the current folder; headers are included as "<folder>/<file>".
+# Shared only: what a library finds beside itself, and what exists once in a process, would not survive being
+# linked into several others. It exports what its headers mark (framework/Export.h).
 function(brio_library name)
   cmake_parse_arguments(ARG "" "" "HEADERS;SOURCES;PUBLIC;PRIVATE" ${ARGN})
   add_library(brio_${name} SHARED ${ARG_SOURCES})
@@ -32,7 +34,7 @@ function(brio_library name)
   target_sources(brio_${name} PUBLIC FILE_SET HEADERS
     BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${ARG_HEADERS})
   target_compile_features(brio_${name} PUBLIC cxx_std_17)
-  target_compile_options(brio_${name} PRIVATE -fno-semantic-interposition)
+  target_compile_options(brio_${name} PRIVATE -fno-semantic-interposition $<$<BOOL:${BRIO_FULL_DEBUG_LIBRARIES}>:-g2>)
   target_link_options(brio_${name} PRIVATE LINKER:--version-script=${PROJECT_BINARY_DIR}/exports.map)
   target_link_libraries(brio_${name}
     PUBLIC ${ARG_PUBLIC} PRIVATE ${ARG_PRIVATE} $<BUILD_INTERFACE:brio_compile_settings>)
