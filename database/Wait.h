@@ -15,7 +15,7 @@ enum class WaitFor { Read, Write, ReadOrWrite };
 bool WaitForSocket(int socket, WaitFor what, std::chrono::milliseconds limit);
 
 /// The same without a socket: waits until the time is up.
-void Pause(std::chrono::duration<double> time);
+BRIO_EXPORT_PRIVATE void Pause(std::chrono::duration<double> time);
 
 /// Called before each such wait and every 50 ms of it, by the thread that waits, so that a program can give
 /// up what it waits for: what the observer throws passes through the load, as std::bad_alloc does. For the
