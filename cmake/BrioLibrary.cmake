@@ -34,7 +34,9 @@ function(brio_library name)
   target_sources(brio_${name} PUBLIC FILE_SET HEADERS
     BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${ARG_HEADERS})
   target_compile_features(brio_${name} PUBLIC cxx_std_17)
-  target_compile_options(brio_${name} PRIVATE -fno-semantic-interposition $<$<BOOL:${BRIO_FULL_DEBUG_LIBRARIES}>:-g2>)
+  target_compile_options(brio_${name} PRIVATE -fno-semantic-interposition
+    $<$<BOOL:${BRIO_BUILD_FUZZERS}>:-fsanitize=fuzzer-no-link>  # what the fuzzer is guided by
+    $<$<BOOL:${BRIO_FULL_DEBUG_LIBRARIES}>:-g2>)
   target_link_options(brio_${name} PRIVATE LINKER:--version-script=${PROJECT_BINARY_DIR}/exports.map)
   target_link_libraries(brio_${name}
     PUBLIC ${ARG_PUBLIC} PRIVATE ${ARG_PRIVATE} $<BUILD_INTERFACE:brio_compile_settings>)

@@ -19,6 +19,9 @@ inline constexpr std::size_t kMostCells = std::size_t{1} << 25U;
 /// zstd's frame for a block. \throws SnapshotError when the block is too large
 BRIO_EXPORT_PRIVATE std::string Compress(std::string_view raw);
 
+/// Whether a frame says that it holds so many bytes, and is no longer than that needs.
+bool IsFrameOf(std::string_view frame, std::size_t size);
+
 /// What a frame holds, if that is so many bytes. \throws SnapshotError when it is not
 BRIO_EXPORT_PRIVATE std::string Decompress(std::string_view frame, std::size_t size);
 

@@ -46,6 +46,8 @@ public:
 
   /// \return false when there are no more rows; the query can then be bound and run again
   bool Step();
+  /// Whatever rows are left, the query can be bound and run again.
+  SQLiteQuery& Reset();
   std::int64_t Number(int column);
   /// A text or bytes, valid until the next Step.
   std::string_view Bytes(int column);
