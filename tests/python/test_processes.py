@@ -194,6 +194,7 @@ def test_a_fork_during_a_load_can_load(silent, sample):
     time.sleep(0.2)
     child = os.fork()
     if child == 0:
+        signal.alarm(LONG)  # rather than wait for ever
         os._exit(0 if brio.Run(13000, "Birch", sample).dcms == 168 else 1)
     assert os.waitpid(child, 0)[1] == 0
     thread.join()

@@ -283,8 +283,13 @@ def test_messages_go_to_logging_and_nothing_is_printed(server, capfd, caplog):
     assert capfd.readouterr() == ("", "")
 
 
-def test_below_its_level_nothing_is_logged(server, caplog):
-    caplog.set_level(logging.ERROR, "brio")
+def test_below_its_level_nothing_is_logged_nor_made(server, caplog):
+    from brio import _log
+
+    for level, name in ((logging.DEBUG, "debug"), (logging.INFO, "info"), (logging.WARNING, "warning"),
+                        (logging.CRITICAL, "error"), (logging.ERROR, "error")):
+        caplog.set_level(level, "brio")
+        assert _log.level() == name
     brio.Run(13001, "Birch", server).load()
     assert {record.levelno for record in caplog.records} == {logging.ERROR}
 
