@@ -17,8 +17,6 @@ Json ShownValue(const BoardMap& map, double value) {
   return map.quantity.quantity == Quantity::Threshold ? value : ShortestValue(static_cast<float>(value));
 }
 
-bool HasValue(const MapBoard& board) { return board.IsGood() || board.status == arrays::Status::Replaced; }
-
 }  // namespace
 
 std::string UnitSuffix(const BoardMap& map) {
@@ -31,17 +29,43 @@ std::string TitledUnit(const BoardMap& map) {
 }
 
 std::string TitleOf(const BoardMap& map) {
-  return map.detector + ", run " + std::to_string(map.run) + ": " + TitledUnit(map);
+  const std::string run = "run " + std::to_string(map.run);
+  return map.detector + ", " + run + (map.minus ? " minus run " + std::to_string(*map.minus) : "") + ": " +
+         TitledUnit(map);
 }
 
-std::string ValueText(const BoardMap& map, double value) {
+int ValueDigits(const BoardMap& map) {
   switch (map.quantity.quantity) {
     case Quantity::Installed:
     case Quantity::Enabled:
-    case Quantity::Voltage: return Fixed(value, 0);
-    case Quantity::Threshold: return Fixed(value, 1);
-    default: return Fixed(value, 2);
+    case Quantity::Voltage: return 0;
+    case Quantity::Threshold: return 1;
+    default: return 2;
   }
+}
+
+std::string ValueText(const BoardMap& map, double value) {
+  const std::string text = Fixed(value, ValueDigits(map));
+  const bool isMore =
+      map.minus && text.find_first_of("123456789") != std::string::npos && text.front() != '-';
+  return isMore ? '+' + text : text;
+}
+
+std::string NoteOf(const BoardMap& map, int diblock) {
+  std::optional<arrays::Status> all;
+  for (const auto& board : map.boards) {
+    if (board.place.diblock != diblock) { continue; }
+    if (all.value_or(board.status) != board.status) { return {}; }
+    all = board.status;
+  }
+  const bool isTold = all == arrays::Status::Masked || all == arrays::Status::NotInRun;
+  return isTold ? ReasonName(map, *all) : "";
+}
+
+std::string ReasonName(const BoardMap& map, arrays::Status status) {
+  const std::string name = StateName(status);
+  if (!map.minus) { return name; }
+  return status == arrays::Status::NotInRun ? "not in one of the runs" : name + " in one of the runs";
 }
 
 std::vector<DCMRow> RowsOf(const BoardMap& map) {
@@ -70,7 +94,7 @@ std::string CsvForm(const BoardMap& map) {
     text += ',';
     if (map.IsYesNo()) {
       text += board.IsGood() ? '1' : '0';
-    } else if (HasValue(board)) {
+    } else if (board.HasValue()) {
       text += Shown(map, board.value);
     }
     if (isGain) { text += board.measured ? ',' + Shown(map, *board.measured) : ","; }
@@ -86,7 +110,7 @@ Json JsonForm(const BoardMap& map) {
     Json value;
     if (map.IsYesNo()) {
       value = board.IsGood();
-    } else if (HasValue(board)) {
+    } else if (board.HasValue()) {
       value = ShownValue(map, board.value);
     }
     boards.push_back({{"diblock", place.diblock},

@@ -3,15 +3,33 @@
 #include <string>
 
 #include "tools/maps/BoardMap.h"
+#include "tools/maps/ColorScale.h"
+#include "tools/maps/MapLayout.h"
 #include "tools/shared/Format.h"
 
 namespace brio::tools {
 
-/// A drawing for a terminal: each diblock a block of lines, one a DCM, one character a board; a legend below.
-std::string TextForm(const BoardMap& map, bool colored);
+/// How a map is drawn.
+struct MapStyle {
+  View view = View::Readout;
+  ScaleChoice scale;
+  // Of pictures only. A page that has its own takes the panels alone.
+  bool hasHeading = true;   ///< title, what the run was, mean and spread
+  bool hasLegend = true;    ///< the colours' scale, why boards have no value, which lie beyond the scale
+  bool hasTooltips = true;  ///< what each board says when it is pointed at
+  /// Else texts have the current colour of what surrounds the picture, and its width is that of its room.
+  bool hasPaper = true;
+  /// Begins the names of the picture's patterns, of which a page must have each once.
+  std::string ids;
+};
 
-/// A picture, as an SVG document with title, axes, unit, colour scale and legend.
-std::string SvgForm(const BoardMap& map);
+/// A drawing for a terminal: each diblock a block of lines, one a DCM, or a module of both views, one
+/// character a board; a legend below.
+std::string TextForm(const BoardMap& map, const MapStyle& style, bool colored);
+
+/// A picture, as an SVG document with title, axes, unit, colour scale and legend, of less than 700 kB;
+/// without heading, legend and tooltips less than 200 kB.
+std::string SvgForm(const BoardMap& map, const MapStyle& style);
 
 /// One line a board, with where it is read out and the plane and module that it reads. The value is empty
 /// where there is none. A map of gains has a column more: the mean that was measured, where another is used.
@@ -25,8 +43,15 @@ std::string TitleOf(const BoardMap& map);
 /// neither.
 std::string TitledUnit(const BoardMap& map);
 std::string UnitSuffix(const BoardMap& map);
-/// A value with as many digits as its quantity deserves.
+/// A value with as many digits as its quantity deserves; a difference has its sign.
 std::string ValueText(const BoardMap& map, double value);
+int ValueDigits(const BoardMap& map);
+
+/// What a diblock's heading says when the status of all its boards is the same: "masked", "not in the run";
+/// else nothing.
+std::string NoteOf(const BoardMap& map, int diblock);
+/// A status as a legend has it, "not enabled"; in a difference "not enabled in one of the runs".
+std::string ReasonName(const BoardMap& map, arrays::Status status);
 
 /// The boards of a map one DCM after the other.
 struct DCMRow {

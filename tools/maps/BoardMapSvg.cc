@@ -1,8 +1,10 @@
 #include <algorithm>
-#include <array>
+#include <map>
 
 #include "tools/maps/BoardMapForms.h"
-#include "tools/maps/ColorScale.h"
+#include "tools/maps/MapLegend.h"
+#include "tools/maps/MapPicture.h"
+#include "tools/maps/MapStatistics.h"
 #include "tools/shared/SvgElements.h"
 
 namespace brio::tools {
@@ -11,191 +13,233 @@ namespace {
 using arrays::Status;
 using svg::Escaped;
 using svg::Number;
-using svg::Rectangle;
-using svg::Text;
 
-// Lengths are in the picture's own unit, a point at its natural size.
-constexpr double kCellWidth = 5;
-constexpr double kCellHeight = 9;
-constexpr int kColumns = 3;
-constexpr double kLeft = 56;
-constexpr double kTop = 64;
-constexpr double kBlockWidth = 64 * kCellWidth + 62;
-constexpr double kBlockGap = 46;
-constexpr double kLegendHeight = 118;
-constexpr double kScaleWidth = 320;
-constexpr double kSmall = 9;
-constexpr const char* kYesColor = "#2a5a8c";
+constexpr std::size_t kMostNotes = 12;
 
-/// How a state without a value is filled: by patterns that differ without their colour.
-const char* FillOf(Status status) {
-  switch (status) {
-    case Status::Known: return kYesColor;
-    case Status::NotInRun: return "#e4e4e4";
-    case Status::Masked: return "#aab4c4";
-    case Status::NotInstalled: return "#ffffff";
-    case Status::NotEnabled: return "url(#not-enabled)";
-    case Status::Replaced: return "url(#replaced)";
-    case Status::NeverMeasured: return "url(#never-measured)";
-    case Status::LeftOut: return "url(#left-out)";
-    default: return "url(#no-value)";
-  }
-}
-
-constexpr const char* kPatterns = R"svg(<defs>
-<pattern id="not-enabled" width="3" height="3" patternUnits="userSpaceOnUse" patternTransform="rotate(45)"><rect width="3" height="3" fill="#ffffff"/><rect width="1.6" height="3" fill="#c8360a"/></pattern>
-<pattern id="no-value" width="3" height="3" patternUnits="userSpaceOnUse"><rect width="3" height="3" fill="#ffffff"/><rect width="3" height="1.4" fill="#000000"/></pattern>
-<pattern id="replaced" width="3" height="3" patternUnits="userSpaceOnUse"><rect width="3" height="3" fill="#ffffff"/><rect width="1.6" height="3" fill="#8a0f8a"/></pattern>
-<pattern id="never-measured" width="4" height="4" patternUnits="userSpaceOnUse"><rect width="4" height="4" fill="#ffffff"/><circle cx="2" cy="2" r="1.1" fill="#000000"/></pattern>
-<pattern id="left-out" width="4" height="4" patternUnits="userSpaceOnUse"><rect width="4" height="4" fill="#ffffff"/><path d="M0 0L4 4M4 0L0 4" stroke="#000000" stroke-width="0.8"/></pattern>
-</defs>
-)svg";
-
-/// Where the diblocks stand in the picture.
-struct Layout {
-  std::vector<int> diblocks;
-  int mostDCMs = 0;
-
-  explicit Layout(const std::vector<DCMRow>& rows) {
-    for (const auto& row : rows) {
-      if (diblocks.empty() || diblocks.back() != row.diblock) { diblocks.push_back(row.diblock); }
-      mostDCMs = std::max(mostDCMs, row.dcm);
+/// The boards of a map, each in its cell. All with a value of one colour stand in one group, which keeps the
+/// picture small; neighbours without a value, and of the same reason, are one element.
+class Boards {
+public:
+  Boards(const BoardMap& map, const MapStyle& style, const MapLayout& layout, const ColorScale& scale)
+      : map_(map), style_(style), layout_(layout), scale_(scale) {
+    for (std::size_t i = 0; i < map.boards.size(); ++i) {
+      Add(i);
+    }
+    for (const auto& [row, run] : runs_) {
+      Finish(row, run);
     }
   }
-  double BlockHeight() const { return mostDCMs * kCellHeight + kBlockGap; }
-  int Columns() const { return std::min(kColumns, std::max(2, static_cast<int>(diblocks.size()))); }
-  int Lines() const { return (static_cast<int>(diblocks.size()) + Columns() - 1) / Columns(); }
-  double X(int diblock) const { return kLeft + Place(diblock) % Columns() * kBlockWidth; }
-  double Y(int diblock) const {
-    const int line = Place(diblock) / Columns();
-    return kTop + line * BlockHeight();
+
+  std::string Draw() const {
+    std::string text = "<g class=\"boards\">\n";
+    // In cells of the grid, which has the shortest numbers; strokes are drawn down the middle of the cells.
+    const std::string scaled =
+        "<g transform=\"scale(" + Number(layout_.cellWidth) + ' ' + Number(layout_.cellHeight) + ")\">\n";
+    text += scaled + "<g transform=\"translate(0.5 0)\" stroke-width=\"" +
+            (layout_.cellWidth > 4 ? "0.94" : "1.02") + "\">\n";
+    for (const auto& [color, boards] : colored_) {
+      text += "<g stroke=\"" + color + "\">" + boards.Text() + "</g>\n";
+    }
+    text += "</g>\n";
+    for (const auto& [mark, boards] :
+         std::map<const BeyondMark*, const Paths*>{{&kAboveMark, &above_}, {&kBelowMark, &below_}}) {
+      if (boards->IsEmpty()) { continue; }
+      text += std::string("<g class=\"beyond\" fill=\"") + mark->ink + "\"><path fill=\"" + mark->paper +
+              "\" d=\"" + boards->cells + "\"/>" + boards->Text() + "</g>\n";
+    }
+    text += "</g>\n";
+    for (const auto& [status, runs] : withoutValue_) {
+      text += "<g class=\"" + ClassOf(status) + "\" fill=\"" + FillOf(status, style_.ids) + "\">" +
+              runs.Text() + "</g>\n";
+    }
+    return text + "</g>\n";
   }
-  double Width() const { return kLeft + Columns() * kBlockWidth; }
-  double LegendTop() const { return kTop + Lines() * BlockHeight(); }
-  double Height() const { return LegendTop() + kLegendHeight; }
 
 private:
-  int Place(int diblock) const {
-    return static_cast<int>(std::find(diblocks.begin(), diblocks.end(), diblock) - diblocks.begin());
+  /// Elements of one look: one for each when they have tooltips, else all together.
+  struct Paths {
+    std::string elements;
+    std::string together;
+    std::string cells;
+
+    bool IsEmpty() const { return elements.empty() && together.empty(); }
+    std::string Text() const { return together.empty() ? elements : "<path d=\"" + together + "\"/>"; }
+  };
+
+  void AddTo(Paths& paths, const std::string& d, const std::string& tooltip) const {
+    if (style_.hasTooltips) {
+      paths.elements += "<path d=\"" + d + "\"><title>" + Escaped(tooltip) + "</title></path>\n";
+    } else {
+      paths.together += d;
+    }
   }
+
+  static std::string ClassOf(Status status) {
+    std::string name = StateName(status);
+    std::replace(name.begin(), name.end(), ' ', '-');
+    return name;
+  }
+
+  /// "14/12/63", or plane and first cell.
+  std::string PlaceOf(const arrays::BoardPlace& place) const {
+    if (style_.view == View::Geometry) {
+      return std::to_string(place.plane) + ',' + std::to_string(place.module * arrays::kPixels);
+    }
+    return std::to_string(place.diblock) + '/' + std::to_string(place.dcm) + '/' + std::to_string(place.port);
+  }
+
+  void Add(std::size_t index) {
+    const MapBoard& board = map_.boards[index];
+    const MapCell& cell = layout_.boards[index];
+    if (!board.IsGood()) {
+      AddWithoutValue(index);
+      return;
+    }
+    const std::string at = std::to_string(cell.column) + ' ' + std::to_string(cell.row);
+    if (map_.IsYesNo()) {
+      AddTo(colored_[YesNoColor(board)], "M" + at + "v1", PlaceOf(board.place) + ": " + YesNoText(board));
+      return;
+    }
+    const std::string tooltip = PlaceOf(board.place) + ": " + ValueText(map_, board.value);
+    if (scale_.Contains(board.value)) {
+      AddTo(colored_[scale_.Color(board.value)], "M" + at + "v1", tooltip);
+    } else if (board.value > scale_.high) {
+      above_.cells += "M" + at + "h1v1h-1z";
+      AddTo(above_, "M" + std::to_string(cell.column) + ' ' + std::to_string(cell.row + 1) + "h1l-.5-1z",
+            tooltip);
+    } else {
+      below_.cells += "M" + at + "h1v1h-1z";
+      AddTo(below_, "M" + at + "h1l-.5 1z", tooltip);
+    }
+  }
+
+  std::string YesNoColor(const MapBoard& board) const {
+    if (!map_.minus) { return kYesColor; }
+    return board.value > 0 ? kOnlyInRunColor : board.value < 0 ? kOnlyInMinusColor : kNoChangeColor;
+  }
+  std::string YesNoText(const MapBoard& board) const {
+    const std::string name = map_.quantity.name;
+    if (!map_.minus) { return name; }
+    if (board.value == 0) { return "no change"; }
+    return name + " in run " + std::to_string(board.value > 0 ? map_.run : *map_.minus) + " only";
+  }
+
+  /// Why there is no value, and what there is in its place.
+  std::string WhyText(const MapBoard& board) const {
+    std::string why = StateName(board.status);
+    if (board.ofRun) {
+      const auto isIn = [&](const MapValue& value) { return value.status == board.status; };
+      const std::string run = isIn(*board.ofRun) ? std::to_string(map_.run) : "";
+      const std::string minus = isIn(*board.ofMinus) ? std::to_string(*map_.minus) : "";
+      return why + " in " + run + (run.empty() || minus.empty() ? "" : " and ") + minus;
+    }
+    if (board.measured) { why += ", measured " + ValueText(map_, *board.measured); }
+    return why;
+  }
+
+  /// Neighbours without a value, for the same reason, in a line of the grid.
+  struct Run {
+    int column = 0;
+    int cells = 0;
+    Status status = Status::Known;
+    std::string why;
+    const MapBoard* first = nullptr;
+    const MapBoard* last = nullptr;
+  };
+
+  void AddWithoutValue(std::size_t index) {
+    const MapBoard& board = map_.boards[index];
+    const MapCell& cell = layout_.boards[index];
+    const std::string why = WhyText(board);
+    Run& run = runs_[cell.row];
+    const bool isNext = run.column + run.cells == cell.column && run.status == board.status;
+    if (run.cells > 0 && isNext && run.why == why) {
+      ++run.cells;
+      run.last = &board;
+      return;
+    }
+    Finish(cell.row, run);
+    run = {cell.column, 1, board.status, why, &board, &board};
+  }
+
+  /// In points, for patterns must not be stretched.
+  void Finish(int row, const Run& run) {
+    if (run.cells == 0) { return; }
+    const std::string width = Number(run.cells * layout_.cellWidth);
+    const std::string path = "M" + Number(run.column * layout_.cellWidth) + ' ' +
+                             Number(row * layout_.cellHeight) + 'h' + width + 'v' +
+                             Number(layout_.cellHeight) + "h-" + width + 'z';
+    const std::string to = run.cells > 1 ? " to " + PlaceOf(run.last->place) : "";
+    AddTo(withoutValue_[run.status], path, PlaceOf(run.first->place) + to + ": " + run.why);
+  }
+
+  const BoardMap& map_;
+  const MapStyle& style_;
+  const MapLayout& layout_;
+  const ColorScale& scale_;
+  std::map<std::string, Paths> colored_;
+  Paths above_;
+  Paths below_;
+  std::map<Status, Paths> withoutValue_;
+  std::map<int, Run> runs_;  ///< by line of the grid, those that may still grow
 };
 
-/// A diblock's heading and axes.
-std::string Axes(const Layout& layout, int diblock, int dcms) {
-  const double x = layout.X(diblock);
-  const double y = layout.Y(diblock);
-  const double bottom = y + dcms * kCellHeight;
-  std::string axes = Text(x, y - 5, 12, "start", "diblock " + std::to_string(diblock));
-  for (int dcm = 1; dcm <= dcms; ++dcm) {
-    axes += Text(x - 4, y + dcm * kCellHeight - 1.5, 7.5, "end", std::to_string(dcm));
-  }
-  for (const int port : {0, 16, 32, 48, 63}) {
-    axes += Text(x + (port + 0.5) * kCellWidth, bottom + 9, 7.5, "middle", std::to_string(port));
-  }
-  axes += Text(x + 32 * kCellWidth, bottom + 19, kSmall, "middle", "port");
-  axes += "<text transform=\"translate(" + Number(x - 18) + "," + Number((y + bottom) / 2) +
-          ") rotate(-90)\" font-size=\"9\" text-anchor=\"middle\">DCM</text>\n";
-  return axes;
-}
-
-std::string Cell(const Layout& layout, const BoardMap& map, const ColorScale& scale, const MapBoard& board) {
-  const auto& place = board.place;
-  const bool good = board.IsGood();
-  const std::string fill = good && !map.IsYesNo() ? scale.Color(board.value) : FillOf(board.status);
-  std::string what = "diblock " + std::to_string(place.diblock) + ", DCM " + std::to_string(place.dcm) +
-                     ", port " + std::to_string(place.port) + ": ";
-  if (!good) {
-    what += StateName(board.status);
-    if (board.measured) { what += ", measured " + ValueText(map, *board.measured) + UnitSuffix(map); }
-  } else if (map.IsYesNo()) {
-    what += map.quantity.name;
-  } else {
-    what += ValueText(map, board.value) + UnitSuffix(map);
-  }
-  const bool isOutside = good && !map.IsYesNo() && !scale.Contains(board.value);
-  const bool isEmpty = board.status == Status::NotInstalled;
-  const std::string outline = isOutside ? " stroke=\"#000000\" stroke-width=\"0.9\""
-                              : isEmpty ? " stroke=\"#444444\" stroke-width=\"0.5\""
-                                        : "";
-  return Rectangle(layout.X(place.diblock) + place.port * kCellWidth,
-                   layout.Y(place.diblock) + (place.dcm - 1) * kCellHeight, kCellWidth, kCellHeight,
-                   "class=\"board\" fill=\"" + fill + "\"" + outline, "<title>" + Escaped(what) + "</title>");
-}
-
-/// The colour scale with its ends, and how many boards lie beyond them.
-std::string ScaleBar(double y, const BoardMap& map, const ColorScale& scale) {
-  constexpr int kSteps = 64;
-  std::string bar = "<g class=\"scale\">\n";
-  for (int step = 0; step < kSteps; ++step) {
-    const double value = scale.low + (scale.high - scale.low) * (step + 0.5) / kSteps;
-    bar += Rectangle(kLeft + step * kScaleWidth / kSteps, y, kScaleWidth / kSteps + 0.3, 12,
-                     "fill=\"" + scale.Color(value) + "\"");
-  }
-  bar += Rectangle(kLeft, y, kScaleWidth, 12, "fill=\"none\" stroke=\"#000000\" stroke-width=\"0.6\"");
-  const int ticks = scale.high > scale.low ? 4 : 0;
-  for (int tick = 0; tick <= ticks; ++tick) {
-    const double part = ticks == 0 ? 0.5 : static_cast<double>(tick) / ticks;
-    bar += Text(kLeft + part * kScaleWidth, y + 23, kSmall, "middle",
-                ValueText(map, scale.low + part * (scale.high - scale.low)));
-  }
-  bar += Text(kLeft + kScaleWidth / 2, y + 36, 10, "middle", TitledUnit(map));
-  const auto beyond = [&](auto test) {
-    return std::to_string(std::count_if(map.boards.begin(), map.boards.end(), [&](const MapBoard& board) {
-      return board.IsGood() && test(board.value);
-    }));
+MapLegend LegendOf(const BoardMap& map, const MapStyle& style, const ColorScale& scale) {
+  MapLegend legend;
+  const std::string name = map.quantity.name;
+  const auto add = [&](const std::string& fill, const std::string& meaning, int count) {
+    if (count > 0) { legend.entries.emplace_back(fill, meaning + ": " + std::to_string(count)); }
   };
-  bar += Text(kLeft + kScaleWidth / 2, y + 49, kSmall, "middle",
-              beyond([&](double value) { return value < scale.low; }) + " boards below the scale and " +
-                  beyond([&](double value) { return value > scale.high; }) + " above it are outlined");
-  return bar + "</g>\n";
-}
-
-std::string Legend(const Layout& layout, const BoardMap& map, const ColorScale& scale) {
-  const double top = layout.LegendTop();
-  std::string legend = "<g class=\"legend\">\n";
-  if (!map.IsYesNo()) { legend += ScaleBar(top, map, scale); }
-  const double x = map.IsYesNo() ? kLeft : kLeft + kScaleWidth + 60;
-  double y = top;
-  auto statuses = StatusesOf(map);
-  if (map.IsYesNo() && map.Count(Status::Known) > 0) { statuses.insert(statuses.begin(), Status::Known); }
-  for (const auto state : statuses) {
-    const std::string name = state == Status::Known ? map.quantity.name : StateName(state);
-    legend +=
-        Rectangle(x, y, 15, kCellHeight,
-                  std::string("stroke=\"#000000\" stroke-width=\"0.4\" fill=\"") + FillOf(state) + "\"");
-    legend += Text(x + 22, y + 8, 10, "start", name + ": " + std::to_string(map.Count(state)));
-    y += 16;
+  if (map.IsYesNo() && map.minus) {
+    add(kOnlyInRunColor, name + " in run " + std::to_string(map.run) + " only", map.CountValue(1));
+    add(kOnlyInMinusColor, name + " in run " + std::to_string(*map.minus) + " only", map.CountValue(-1));
+    add(kNoChangeColor, "no change", map.CountValue(0));
+  } else if (map.IsYesNo()) {
+    add(kYesColor, name, map.Count(Status::Known));
+  } else if (map.Count(Status::Known) > 0) {
+    const auto statistics = StatisticsOf(map);
+    const auto beyond = BoardsBeyondOf(map, scale);
+    legend.scale = scale;
+    legend.scaleTitle = (map.minus ? "difference of " : "") + TitledUnit(map);
+    legend.least = statistics.least;
+    legend.most = statistics.most;
+    legend.below = beyond.below.size();
+    legend.above = beyond.above.size();
+    legend.valueText = [&map](double value) { return ValueText(map, value); };
+    for (const auto& [boards, where] :
+         {std::pair(&beyond.above, " above the scale:"), std::pair(&beyond.below, " below the scale:")}) {
+      if (boards->empty()) { continue; }
+      legend.notes.push_back(Counted(boards->size(), "board") + where);
+      const auto most = kMostNotes / (beyond.above.empty() || beyond.below.empty() ? 1 : 2) - 1;
+      for (const auto& line : LinesOf(map, *boards, most)) {
+        legend.notes.push_back("  " + line);
+      }
+    }
   }
-  return legend + "</g>\n";
+  for (const auto status : StatusesOf(map)) {
+    add(FillOf(status, style.ids), ReasonName(map, status), map.Count(status));
+  }
+  return legend;
 }
 
 }  // namespace
 
-std::string SvgForm(const BoardMap& map) {
-  const auto rows = RowsOf(map);
-  const Layout layout(rows);
-  const ColorScale scale = ScaleOf(map);
-  const std::string size = Number(layout.Width()) + " " + Number(layout.Height());
-  std::string svg =
-      "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" +
-      Number(layout.Width()) + "\" height=\"" + Number(layout.Height()) + "\" viewBox=\"0 0 " + size +
-      "\" font-family=\"Helvetica, Arial, sans-serif\">\n<title>" + Escaped(TitleOf(map)) + "</title>\n" +
-      kPatterns;
-  svg += Rectangle(0, 0, layout.Width(), layout.Height(), "fill=\"#ffffff\"");
-  svg += Text(kLeft, 30, 17, "start", TitleOf(map));
-  svg += "<g class=\"boards\" stroke=\"#ffffff\" stroke-width=\"0.3\">\n";
+std::string SvgForm(const BoardMap& map, const MapStyle& style) {
+  std::vector<arrays::BoardPlace> places;
+  places.reserve(map.boards.size());
   for (const auto& board : map.boards) {
-    svg += Cell(layout, map, scale, board);
+    places.push_back(board.place);
   }
-  svg += "</g>\n";
-  for (const int diblock : layout.diblocks) {
-    int dcms = 0;
-    for (const auto& row : rows) {
-      if (row.diblock == diblock) { dcms = row.dcm; }
-    }
-    svg += Axes(layout, diblock, dcms);
-  }
-  return svg + Legend(layout, map, scale) + "</svg>\n";
+  const MapLayout layout = LayoutOf(places, style.view);
+  const ColorScale scale = ScaleOf(map, style.scale);
+  MapPicture picture;
+  picture.title = TitleOf(map);
+  picture.lines = map.about;
+  picture.lines.push_back(SummaryOf(map));
+  picture.cells = Boards(map, style, layout, scale).Draw();
+  picture.legend = LegendOf(map, style, scale);
+  picture.noteOf = [&map](int diblock) { return NoteOf(map, diblock); };
+  return picture.Draw(layout, style);
 }
 
 }  // namespace brio::tools

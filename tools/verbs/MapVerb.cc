@@ -3,6 +3,7 @@
 #include <memory>
 #include <optional>
 
+#include "tools/maps/AboutRun.h"
 #include "tools/maps/BoardMapForms.h"
 #include "tools/shared/Console.h"
 #include "tools/shared/OutputFile.h"
@@ -15,6 +16,9 @@ using brio::dbi::RunHistory;
 
 struct MapOptions {
   std::string quantity;
+  std::string view = "readout";
+  std::optional<int> minus;
+  ScaleChoice scale;
   std::string format;
   std::string file = "-";
 };
@@ -46,11 +50,35 @@ std::optional<std::string> FormOf(const MapOptions& mapOptions, const Options& o
   return isForm ? std::optional(ending) : std::nullopt;
 }
 
-std::string Draw(const BoardMap& map, const std::string& form, bool colored) {
+std::string Draw(const BoardMap& map, const MapStyle& style, const std::string& form, bool colored) {
   if (form == "json") { return JsonText(JsonForm(map), -1) + '\n'; }
   if (form == "csv") { return CsvForm(map); }
-  if (form == "svg") { return SvgForm(map); }
-  return TextForm(map, colored);
+  if (form == "svg") { return SvgForm(map, style); }
+  return TextForm(map, style, colored);
+}
+
+/// A run's map, as far as it can be had.
+struct RunMap {
+  std::optional<BoardMap> map;
+  bool isClean = false;
+};
+
+/// What could not be had is told to standard error.
+RunMap MapOfRun(int run, const QuantityInfo& quantity, const Options& options) {
+  RunHistory history(run, options.detector);
+  ApplyTo(history, options);
+  const LoadedParts parts = LoadParts(history, quantity.depth);
+  const Outcome& outcome = parts.UpTo(quantity.depth);
+  std::string reason = outcome.ok ? WhyNotKnown(history, quantity) : outcome.reason;
+  RunMap made;
+  made.isClean = outcome.IsClean() && reason.empty();
+  if (reason.empty()) {
+    made.map = MakeBoardMap(arrays::MakeBoards(history, parts), quantity);
+    made.map->about.push_back(AboutRun(history, options));
+    reason = outcome.reason;
+  }
+  if (!made.isClean) { SayUnavailable(history, reason); }
+  return made;
 }
 
 ExitStatus DrawMap(const MapOptions& mapOptions, const Options& options) {
@@ -62,21 +90,21 @@ ExitStatus DrawMap(const MapOptions& mapOptions, const Options& options) {
     return kWrongUsage;
   }
   OutputFile file(mapOptions.file);
-  RunHistory history(options.run, options.detector);
-  ApplyTo(history, options);
-  const LoadedParts parts = LoadParts(history, quantity.depth);
-  const Outcome& outcome = parts.UpTo(quantity.depth);
-  std::string reason = outcome.ok ? WhyNotKnown(history, quantity) : outcome.reason;
-  if (!reason.empty()) {
-    SayUnavailable(history, reason);
-    return kUnavailable;
+  RunMap made = MapOfRun(options.run, quantity, options);
+  bool isClean = made.isClean;
+  if (mapOptions.minus) {
+    const RunMap minus = MapOfRun(*mapOptions.minus, quantity, options);
+    isClean = isClean && minus.isClean;
+    if (!minus.map) { return kUnavailable; }
+    if (made.map) { made.map = Difference(*made.map, *minus.map); }
   }
-  const BoardMap map = MakeBoardMap(arrays::MakeBoards(history, parts), quantity);
-  file.Stream() << Draw(map, *form, mapOptions.file == "-" && UsesColor(options));
+  if (!made.map) { return kUnavailable; }
+  MapStyle style;
+  style.view = ViewNamed(mapOptions.view);
+  style.scale = mapOptions.scale;
+  file.Stream() << Draw(*made.map, style, *form, mapOptions.file == "-" && UsesColor(options));
   file.Keep();
-  if (outcome.IsClean()) { return kAnswered; }
-  SayUnavailable(history, outcome.reason);
-  return kUnavailable;
+  return isClean ? kAnswered : kUnavailable;
 }
 
 }  // namespace
@@ -92,6 +120,20 @@ Action PrepareMap(CLI::App& command, const Options& options) {
       ->type_name("QUANTITY")
       ->required()
       ->check(CLI::IsMember(names));
+  command
+      .add_option("--view", mapOptions->view,
+                  "How boards are laid out: as they are read out, or by plane and cell")
+      ->check(CLI::IsMember(ViewNames()));
+  command.add_option("--minus", mapOptions->minus, "Draw by how much the run differs from this one")
+      ->type_name("RUN");
+  command.add_option("--min", mapOptions->scale.min, "Where the scale of colours begins")->type_name("X");
+  command.add_option("--max", mapOptions->scale.max, "Where it ends")->type_name("X");
+  command
+      .add_option_function<std::string>(
+          "--palette",
+          [mapOptions](const std::string& name) { mapOptions->scale.palette = PaletteNamed(name); },
+          "The colours; cividis unless given, of a difference blue-orange")
+      ->check(CLI::IsMember(PaletteNames()));
   command
       .add_option("--format", mapOptions->format, "The form, whatever the file's ending; text unless given")
       ->check(CLI::IsMember(std::vector<std::string>(kForms.begin(), kForms.end())));
