@@ -18,7 +18,7 @@ with open(os.path.join(HERE, "CMakeLists.txt")) as file:
 def needed(installed):
     """Of all that is installed: the package, the libraries by the names that programs load them by, definitions."""
     return [path for path in installed
-            if re.search(r"/brio/(lib/libbrio_\w+\.so\.\d+|share/brio/.*|[^/]+)$", "/" + path)]
+            if re.search(r"/python/brio/(lib/libbrio_\w+\.so\.\d+|share/brio/.*|[^/]+)$", "/" + path)]
 
 
 setup(

@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Reads the rows that the library's load reads with psycopg2 into pandas data frames, and unpacks masks and thresholds: no
+"""Reads the rows of the library's load with psycopg2 into pandas data frames, and unpacks masks and thresholds: no
 more. Which gain belongs to which channel is not worked out."""
 
 import argparse
