@@ -19,9 +19,10 @@ snapshot's file, or a connection string.
 Missing values are masked, and a column beside them says why (brio.Status): nothing shows a default as if it had been
 measured. Arrays belong to numpy and cannot be written to.
 
-Errors are brio.Error and its children; messages of the library go to logging.getLogger("brio.RunHistory") and
-"brio.BrioDatabase", its loaders' progress at debug level. Loads let other Python threads run, but come one after the
-other in a process: use processes to load at the same time. Ctrl-C ends a load that waits for a server.
+Errors are brio.Error and its children RunNotFound, DatabaseError and IncompleteError. Messages of the library go to
+logging.getLogger("brio.RunHistory") and "brio.BrioDatabase", its loaders' progress at debug level. Loads let other
+Python threads run, but come one after the other in a process: use processes to load at the same time. Ctrl-C ends a
+load that waits for a server.
 """
 
 import atexit as _atexit
@@ -29,19 +30,22 @@ import os as _os
 
 from . import _brio
 from ._detector import DETECTORS
-from ._errors import DatabaseError, Error, IncompleteError, IncompleteWarning, RunNotFound
-from ._items import Board, Channel
+from ._errors import DatabaseError as DatabaseError
+from ._errors import Error as Error
+from ._errors import IncompleteError as IncompleteError
+from ._errors import IncompleteWarning as IncompleteWarning
+from ._errors import RunNotFound as RunNotFound
+from ._items import Board as Board
+from ._items import Channel as Channel
 from ._map import Map
-from ._records import Records
+from ._records import Records as Records
 from ._run import Run, save
 from ._runs import Runs, runs
-from ._settings import Settings
-from ._status import Status
+from ._settings import Settings as Settings
+from ._status import Status as Status
 
-__all__ = [
-    "DETECTORS", "Board", "Channel", "DatabaseError", "Error", "IncompleteError", "IncompleteWarning", "Map", "Records",
-    "Run", "RunNotFound", "Runs", "Settings", "Status", "runs", "save",
-]
+# What help(brio) tells at length. The other classes have bases that would fill pages.
+__all__ = ["DETECTORS", "Map", "Run", "Runs", "runs", "save"]
 
 _atexit.register(_brio.end)
 _os.register_at_fork(after_in_child=_brio.forget)

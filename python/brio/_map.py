@@ -38,7 +38,8 @@ class Map:
 
         ax  two axes, one for each view; or one, which is divided; without, a figure is made
         cmap, vmin, vmax
-            as in matplotlib; both views have the same colours, those of all values unless said otherwise
+            as in matplotlib; both views have the same colours, which unless said otherwise span 99 of 100 values, so
+            that a few odd ones do not hide the others
         colorbar
             whether to add one
 
@@ -47,8 +48,8 @@ class Map:
         views = _axes(ax)
         known = self.values.astype(float).compressed()
         known = known[np.isfinite(known)]
-        low = vmin if vmin is not None else float(known.min()) if known.size else 0.0
-        high = vmax if vmax is not None else float(known.max()) if known.size else 1.0
+        span = np.quantile(known, (0.005, 0.995)).tolist() if known.size else (0.0, 1.0)
+        low, high = vmin if vmin is not None else span[0], vmax if vmax is not None else span[1]
         planes, cells = self.values.shape
         images = []
         for number, axes in enumerate(views):
@@ -75,11 +76,12 @@ def _axes(ax: Any) -> list[Axes]:
         import matplotlib.pyplot as plt
 
         _, pair = plt.subplots(2, 1, sharex=True, figsize=(9, 6), constrained_layout=True)
-        return list(pair)
+        return [pair[0], pair[1]]
     if _is_single(ax):
         ax.set_axis_off()
-        return [ax.inset_axes((0.0, 0.57, 1.0, 0.43)), ax.inset_axes((0.0, 0.0, 1.0, 0.43))]
-    pair = list(np.ravel(ax))
-    if len(pair) != 2:
-        raise ValueError(f"a map has two views, so that it takes one or two axes, not {len(pair)}")
-    return pair
+        single: Any = ax
+        return [single.inset_axes((0.0, 0.6, 1.0, 0.4)), single.inset_axes((0.0, 0.0, 1.0, 0.4))]
+    views: list[Axes] = list(np.ravel(ax))
+    if len(views) != 2:
+        raise ValueError(f"a map has two views, so that it takes one or two axes, not {len(views)}")
+    return views

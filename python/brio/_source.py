@@ -34,7 +34,8 @@ def template(source: Source) -> str | None:
 
 def is_snapshot(source: str | None) -> bool:
     """Of a template: whether a file answers."""
-    return (source or os.environ.get("BRIO_DATABASE", "")).startswith(_SNAPSHOT)
+    named = os.environ.get("BRIO_DATABASE", "") if source is None else source
+    return named.startswith(_SNAPSHOT)
 
 
 def shown(source: str | None) -> str:

@@ -35,19 +35,24 @@ std::string Named(const std::string& detector, int number) {
   return "run " + std::to_string(number) + " of " + detector;
 }
 
+std::string Trimmed(std::string text) {
+  text.erase(text.find_last_not_of(" \n") + 1);
+  return text;
+}
+
 /// For a part without which there is nothing to show.
 void Require(const Outcome& part, const std::string& run) {
   if (part.ok) { return; }
   const std::string complaint = FirstComplaint();
   const auto kind = complaint.empty() ? Failure::Kind::Error : Failure::Kind::Database;
-  throw Failure(kind, run + ": " + (complaint.empty() ? part.reason : complaint),
+  throw Failure(kind, run + ": " + (complaint.empty() ? Trimmed(part.reason) : complaint),
                 complaint.empty() ? "RunHistory" : "BrioDatabase");
 }
 
 /// For one that may be missing. \return why it is, if so
 std::optional<std::string> WhyMissing(const Outcome& part, const char* what) {
   if (part.IsClean()) { return std::nullopt; }
-  return std::string(what) + ": " + part.reason;
+  return std::string(what) + ": " + Trimmed(part.reason);
 }
 
 Loaded Load(const std::string& detector, int number, const RunSettings& settings) {

@@ -13,6 +13,7 @@
 #include "arrays/Layout.h"
 #include "arrays/Runs.h"
 #include "arrays/Status.h"
+#include "database/ConnectionStatistics.h"
 #include "python/module/Columns.h"
 #include "python/module/Failure.h"
 #include "python/module/LoadedRun.h"
@@ -224,6 +225,9 @@ PYBIND11_MODULE(_brio, module) {
       },
       py::arg("path"), py::arg("runs"), py::arg("source"), py::arg("level"), py::arg("append"),
       "Saves runs into a snapshot; of each, whether it is missing.");
+  module.def(
+      "statements_sent", [] { return dbi::ConnectionStatistics::Now().statementsSent; },
+      "How many statements this process sent to servers.");
   module.def("end", &EndTurns, "Before the interpreter ends.");
   module.def("forget", &ForgetTurns, "In a process that was forked off.");
 }

@@ -2,10 +2,10 @@
 //
 //   python_questions DETECTOR RUN [mask]
 //
-// First the number of channels and of boards, then of each channel: threshold, whether that is real, gain, whether that
-// is real, whether there is an APD; then of each board (asked by its first channel): gain, voltage, temperature,
-// temperature control, enabled pixels, whether all that is real, whether the two serials are known. All are doubles, to
-// standard output.
+// First the number of channels and of boards, then of each channel: threshold, whether that is real, gain,
+// whether that is real, whether there is an APD; then of each board (asked by its first channel): gain,
+// voltage, temperature, temperature control, enabled pixels, whether all that is real, whether the two
+// serials are known. All are doubles, to standard output.
 #include <cstdio>
 #include <cstdlib>
 #include <string>

@@ -107,8 +107,9 @@ def test_places_fit_together(asked):
 def test_by_plane_puts_every_channel_to_its_place(asked):
     run, *_ = asked
     channels = run.channels
-    for name, column in (("threshold", channels["threshold"]), ("temperature", np.repeat(run.boards["temperature"], 32)),
-                         ("gain", channels["gain"])):
+    temperatures = np.repeat(run.boards["temperature"], 32)
+    for name, column in (("threshold", channels["threshold"]), ("gain", channels["gain"]),
+                         ("temperature", temperatures)):
         by_plane = run.by_plane(name)
         assert by_plane.dtype == column.dtype
         places = channels["plane"].data, channels["cell"].data
@@ -153,7 +154,8 @@ def test_replaced_and_missing_values_never_show_a_default(server):
     low = run.board(12, 1, 0)  # all gains are 89.9, so that the library takes 100
     assert low.gain is None and low.status["gain"] is Status.REPLACED
     assert low.measured_gain == pytest.approx(89.9)
-    channel = run.channel(int(run.channels["channel"][np.flatnonzero(run.boards["gain_status"] == Status.REPLACED)[0] * 32]))
+    first = np.flatnonzero(run.boards["gain_status"] == Status.REPLACED)[0]
+    channel = run.channel(int(run.channels["channel"][first * 32]))
     assert channel.gain is None and channel.measured_gain is not None
     empty = run.board(12, 2, 15)
     assert (empty.gain, empty.feb, empty.status["gain"]) == (None, None, Status.NOT_INSTALLED)
