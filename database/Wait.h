@@ -12,7 +12,7 @@ enum class WaitFor { Read, Write, ReadOrWrite };
 /// Waits until a socket can be read or written, or has failed.
 /// \param limit  how long at most; std::chrono::milliseconds::max() for ever
 /// \return false when the time is up.
-bool WaitForSocket(int socket, WaitFor what, std::chrono::milliseconds limit);
+BRIO_EXPORT_PRIVATE bool WaitForSocket(int socket, WaitFor what, std::chrono::milliseconds limit);
 
 /// The same without a socket: waits until the time is up.
 BRIO_EXPORT_PRIVATE void Pause(std::chrono::duration<double> time);
