@@ -4,6 +4,7 @@
 #include <string>
 
 #include "database/Session.h"
+#include "framework/Export.h"
 
 namespace brio::dbi {
 
@@ -14,14 +15,15 @@ inline constexpr const char* kDatabaseVariable = "BRIO_DATABASE";
 /// BRIO_DATABASE, or "service=brio-{detector}" when it is not set, with {detector} (in lower case) and
 /// {database} replaced. Nothing, with the reason logged at error severity, when the detector's name is empty
 /// or holds anything but letters, digits, "_" and "-".
-std::optional<std::string> ExpandConnectionString(const std::string& detector, DatabaseKind kind);
+BRIO_EXPORT_PRIVATE std::optional<std::string> ExpandConnectionString(const std::string& detector,
+                                                                      DatabaseKind kind);
 
 /// Whether anything says where the databases are: a ScopedDatabase of the thread, or BRIO_DATABASE.
-bool IsDatabaseSet();
+BRIO_EXPORT_PRIVATE bool IsDatabaseSet();
 
 /// While one lives, the calling thread's loads reach their databases by this template in place of
 /// BRIO_DATABASE. Scopes nest; the inner one holds. Made and destroyed outside all loads.
-class ScopedDatabase {
+class BRIO_EXPORT_PRIVATE ScopedDatabase {
 public:
   /// \param connectionTemplate  in the form of BRIO_DATABASE
   explicit ScopedDatabase(std::string connectionTemplate);
@@ -34,7 +36,7 @@ private:
 };
 
 /// The same for a given template.
-std::string ExpandTemplate(const std::string& connectionTemplate, const std::string& detector,
-                           DatabaseKind kind);
+BRIO_EXPORT_PRIVATE std::string ExpandTemplate(const std::string& connectionTemplate,
+                                               const std::string& detector, DatabaseKind kind);
 
 }  // namespace brio::dbi

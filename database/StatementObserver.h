@@ -6,6 +6,7 @@
 
 #include "database/Result.h"
 #include "database/Session.h"
+#include "framework/Export.h"
 
 namespace brio::dbi {
 
@@ -23,7 +24,7 @@ struct AnsweredStatement {
 using StatementObserver = std::function<void(const AnsweredStatement&)>;
 
 /// Sets the process's observer; an empty function removes it.
-void SetStatementObserver(StatementObserver observer);
+BRIO_EXPORT_PRIVATE void SetStatementObserver(StatementObserver observer);
 
 /// Measures one statement, and tells the observer, if there is one.
 class StatementWatch {

@@ -10,6 +10,7 @@
 #include "database/snapshot/PackedAnswer.h"
 #include "database/snapshot/SQLite.h"
 #include "database/snapshot/SavedRun.h"
+#include "framework/Export.h"
 
 namespace brio::dbi::snapshot {
 
@@ -32,7 +33,7 @@ struct VerifiedAnswers {
 };
 
 /// The tables of an open snapshot. \throws SnapshotError from all, when the file is damaged
-class SnapshotTables {
+class BRIO_EXPORT_PRIVATE SnapshotTables {
 public:
   /// \throws cet::exception "BrioDatabase" with the file's name when it is no snapshot, or of another version
   explicit SnapshotTables(const std::string& path);

@@ -1,5 +1,7 @@
 #include "tools/maps/BoardMapForms.h"
 
+#include <cmath>
+
 #include "arrays/Records.h"
 
 namespace brio::tools {
@@ -13,11 +15,39 @@ std::string Shown(const BoardMap& map, double value) {
 
 /// That text as a number.
 Json ShownValue(const BoardMap& map, double value) {
+  if (map.isOfChannels && map.quantity.quantity == Quantity::Threshold) {
+    return static_cast<long long>(value);
+  }
   if (map.quantity.quantity == Quantity::Voltage) { return static_cast<long long>(value); }
   return map.quantity.quantity == Quantity::Threshold ? value : ShortestValue(static_cast<float>(value));
 }
 
-bool HasValue(const MapBoard& board) { return board.IsGood() || board.status == arrays::Status::Replaced; }
+/// Where a board is, or a channel, as tables name it.
+std::vector<std::pair<const char*, int>> PlaceFields(const BoardMap& map, const MapBoard& board) {
+  const auto& place = board.place;
+  std::vector<std::pair<const char*, int>> fields{
+      {"diblock", place.diblock}, {"dcm", place.dcm}, {"port", place.port}};
+  if (map.isOfChannels) { fields.emplace_back("pixel", board.pixel); }
+  fields.emplace_back("plane", place.plane);
+  fields.emplace_back(map.isOfChannels ? "cell" : "module", map.isOfChannels ? board.cell : place.module);
+  return fields;
+}
+
+std::string CsvValue(const BoardMap& map, const MapValue& value) {
+  if (map.IsYesNo()) { return value.IsGood() ? "1" : "0"; }
+  return value.HasValue() ? Shown(map, value.value) : "";
+}
+
+Json JsonValue(const BoardMap& map, const MapValue& value) {
+  if (map.IsYesNo()) { return value.IsGood(); }
+  return value.HasValue() ? ShownValue(map, value.value) : Json();
+}
+
+/// To a hundredth of a thousandth: what is behind that comes from taking off.
+double DifferenceOf(const MapBoard& board) {
+  constexpr double kSteps = 1e5;
+  return std::round(board.value * kSteps) / kSteps + 0.0;
+}
 
 }  // namespace
 
@@ -27,21 +57,49 @@ std::string UnitSuffix(const BoardMap& map) {
 
 std::string TitledUnit(const BoardMap& map) {
   const std::string unit = map.quantity.unit;
-  return map.quantity.title + (unit.empty() ? "" : " (" + unit + ")");
+  const std::string title = map.isOfChannels ? map.quantity.channelTitle : map.quantity.title;
+  return title + (unit.empty() ? "" : " (" + unit + ")");
 }
 
 std::string TitleOf(const BoardMap& map) {
-  return map.detector + ", run " + std::to_string(map.run) + ": " + TitledUnit(map);
+  const std::string run = "run " + std::to_string(map.run);
+  return map.detector + ", " + run + (map.minus ? " minus run " + std::to_string(*map.minus) : "") + ": " +
+         TitledUnit(map);
 }
 
-std::string ValueText(const BoardMap& map, double value) {
+int ValueDigits(const BoardMap& map) {
   switch (map.quantity.quantity) {
     case Quantity::Installed:
     case Quantity::Enabled:
-    case Quantity::Voltage: return Fixed(value, 0);
-    case Quantity::Threshold: return Fixed(value, 1);
-    default: return Fixed(value, 2);
+    case Quantity::Voltage: return 0;
+    // Of a board it is a mean, whose differences are small.
+    case Quantity::Threshold: return map.isOfChannels ? 0 : map.minus ? 2 : 1;
+    default: return 2;
   }
+}
+
+std::string ValueText(const BoardMap& map, double value) {
+  const std::string text = Fixed(value, ValueDigits(map));
+  const bool isMore =
+      map.minus && text.find_first_of("123456789") != std::string::npos && text.front() != '-';
+  return isMore ? '+' + text : text;
+}
+
+std::string NoteOf(const BoardMap& map, int diblock) {
+  std::optional<arrays::Status> all;
+  for (const auto& board : map.boards) {
+    if (board.place.diblock != diblock) { continue; }
+    if (all.value_or(board.status) != board.status) { return {}; }
+    all = board.status;
+  }
+  const bool isTold = all == arrays::Status::Masked || all == arrays::Status::NotInRun;
+  return isTold ? ReasonName(map, *all) : "";
+}
+
+std::string ReasonName(const BoardMap& map, arrays::Status status) {
+  std::string name = StateName(status);
+  if (!map.minus) { return name; }
+  return status == arrays::Status::NotInRun ? "not in one of the runs" : name + " in one of the runs";
 }
 
 std::vector<DCMRow> RowsOf(const BoardMap& map) {
@@ -56,53 +114,73 @@ std::vector<DCMRow> RowsOf(const BoardMap& map) {
   return rows;
 }
 
+std::string CountedIn(const BoardMap& map, std::size_t number) {
+  return Counted(number, map.isOfChannels ? "channel" : "board");
+}
+
+std::string PlaceOf(const BoardMap& map, const MapBoard& board) {
+  const auto& place = board.place;
+  std::string text =
+      std::to_string(place.diblock) + '/' + std::to_string(place.dcm) + '/' + std::to_string(place.port);
+  if (map.isOfChannels) { text += '/' + std::to_string(board.pixel); }
+  return text;
+}
+
 std::string CsvForm(const BoardMap& map) {
-  const bool isGain = map.quantity.quantity == Quantity::Gain;
-  std::string text = "diblock,dcm,port,plane,module,state," + std::string(map.quantity.name) +
-                     (isGain ? ",measured" : "") + '\n';
+  const std::string name = map.quantity.name;
+  const bool hasMeasured = map.quantity.quantity == Quantity::Gain && !map.minus;
+  std::string text;
+  for (const auto& [label, number] : PlaceFields(map, MapBoard())) {
+    text += std::string(label) + ',';
+  }
+  text += map.minus ? "state,minus_state," + name + ",minus_" + name + ",difference" : "state," + name;
+  text += hasMeasured ? ",measured\n" : "\n";
   for (const auto& board : map.boards) {
-    const auto& place = board.place;
-    for (const int number :
-         {int{place.diblock}, int{place.dcm}, int{place.port}, int{place.plane}, int{place.module}}) {
+    for (const auto& [label, number] : PlaceFields(map, board)) {
       text += std::to_string(number) + ',';
     }
-    text += StateName(board.status);
-    text += ',';
-    if (map.IsYesNo()) {
-      text += board.IsGood() ? '1' : '0';
-    } else if (HasValue(board)) {
-      text += Shown(map, board.value);
+    if (map.minus) {
+      text += std::string(StateName(board.ofRun->status)) + ',' + StateName(board.ofMinus->status) + ',' +
+              CsvValue(map, *board.ofRun) + ',' + CsvValue(map, *board.ofMinus) + ',';
+      if (board.IsGood()) { text += arrays::Shortest(DifferenceOf(board)); }
+    } else {
+      text += std::string(StateName(board.status)) + ',' + CsvValue(map, board);
     }
-    if (isGain) { text += board.measured ? ',' + Shown(map, *board.measured) : ","; }
+    if (hasMeasured) { text += board.measured ? ',' + Shown(map, *board.measured) : ","; }
     text += '\n';
   }
   return text;
 }
 
-Json JsonForm(const BoardMap& map) {
-  Json boards = Json::array();
+std::string JsonForm(const BoardMap& map) {
+  Json head{{"detector", map.detector}, {"run", map.run}};
+  if (map.minus) { head["minus"] = *map.minus; }
+  head["quantity"] = map.quantity.name;
+  head["unit"] = map.quantity.unit[0] == '\0' ? Json() : Json(map.quantity.unit);
+  std::string text = JsonText(head, -1);
+  text.back() = ',';  // the list comes in place of the brace
+  text += map.isOfChannels ? "\"channels\":[" : "\"boards\":[";
+  // One after the other: as one object all channels would take several hundred MB.
   for (const auto& board : map.boards) {
-    const auto& place = board.place;
-    Json value;
-    if (map.IsYesNo()) {
-      value = board.IsGood();
-    } else if (HasValue(board)) {
-      value = ShownValue(map, board.value);
+    Json object = Json::object();
+    for (const auto& [label, number] : PlaceFields(map, board)) {
+      object[label] = number;
     }
-    boards.push_back({{"diblock", place.diblock},
-                      {"dcm", place.dcm},
-                      {"port", place.port},
-                      {"plane", place.plane},
-                      {"module", place.module},
-                      {"state", StateName(board.status)},
-                      {"value", std::move(value)}});
-    if (board.measured) { boards.back()["measured"] = ShownValue(map, *board.measured); }
+    if (map.minus) {
+      object["state"] = StateName(board.ofRun->status);
+      object["minus_state"] = StateName(board.ofMinus->status);
+      object["value"] = JsonValue(map, *board.ofRun);
+      object["minus_value"] = JsonValue(map, *board.ofMinus);
+      object["difference"] = board.IsGood() ? Json(DifferenceOf(board)) : Json();
+    } else {
+      object["state"] = StateName(board.status);
+      object["value"] = JsonValue(map, board);
+      if (board.measured) { object["measured"] = ShownValue(map, *board.measured); }
+    }
+    if (&board != map.boards.data()) { text += ','; }
+    text += JsonText(object, -1);
   }
-  return {{"detector", map.detector},
-          {"run", map.run},
-          {"quantity", map.quantity.name},
-          {"unit", map.quantity.unit[0] == '\0' ? Json() : Json(map.quantity.unit)},
-          {"boards", std::move(boards)}};
+  return text + "]}";
 }
 
 }  // namespace brio::tools

@@ -1,201 +1,203 @@
 #include <algorithm>
-#include <array>
+#include <map>
 
-#include "tools/maps/BoardMapForms.h"
-#include "tools/maps/ColorScale.h"
+#include "tools/maps/ChannelMap.h"
+#include "tools/maps/MapLegend.h"
+#include "tools/maps/MapPicture.h"
 #include "tools/shared/SvgElements.h"
 
 namespace brio::tools {
 namespace {
 
-using arrays::Status;
 using svg::Escaped;
 using svg::Number;
-using svg::Rectangle;
-using svg::Text;
 
-// Lengths are in the picture's own unit, a point at its natural size.
-constexpr double kCellWidth = 5;
-constexpr double kCellHeight = 9;
-constexpr int kColumns = 3;
-constexpr double kLeft = 56;
-constexpr double kTop = 64;
-constexpr double kBlockWidth = 64 * kCellWidth + 62;
-constexpr double kBlockGap = 46;
-constexpr double kLegendHeight = 118;
-constexpr double kScaleWidth = 320;
-constexpr double kSmall = 9;
-constexpr const char* kYesColor = "#2a5a8c";
-
-/// How a state without a value is filled: by patterns that differ without their colour.
-const char* FillOf(Status status) {
-  switch (status) {
-    case Status::Known: return kYesColor;
-    case Status::NotInRun: return "#e4e4e4";
-    case Status::Masked: return "#aab4c4";
-    case Status::NotInstalled: return "#ffffff";
-    case Status::NotEnabled: return "url(#not-enabled)";
-    case Status::Replaced: return "url(#replaced)";
-    case Status::NeverMeasured: return "url(#never-measured)";
-    case Status::LeftOut: return "url(#left-out)";
-    default: return "url(#no-value)";
-  }
-}
-
-constexpr const char* kPatterns = R"svg(<defs>
-<pattern id="not-enabled" width="3" height="3" patternUnits="userSpaceOnUse" patternTransform="rotate(45)"><rect width="3" height="3" fill="#ffffff"/><rect width="1.6" height="3" fill="#c8360a"/></pattern>
-<pattern id="no-value" width="3" height="3" patternUnits="userSpaceOnUse"><rect width="3" height="3" fill="#ffffff"/><rect width="3" height="1.4" fill="#000000"/></pattern>
-<pattern id="replaced" width="3" height="3" patternUnits="userSpaceOnUse"><rect width="3" height="3" fill="#ffffff"/><rect width="1.6" height="3" fill="#8a0f8a"/></pattern>
-<pattern id="never-measured" width="4" height="4" patternUnits="userSpaceOnUse"><rect width="4" height="4" fill="#ffffff"/><circle cx="2" cy="2" r="1.1" fill="#000000"/></pattern>
-<pattern id="left-out" width="4" height="4" patternUnits="userSpaceOnUse"><rect width="4" height="4" fill="#ffffff"/><path d="M0 0L4 4M4 0L0 4" stroke="#000000" stroke-width="0.8"/></pattern>
-</defs>
-)svg";
-
-/// Where the diblocks stand in the picture.
-struct Layout {
-  std::vector<int> diblocks;
-  int mostDCMs = 0;
-
-  explicit Layout(const std::vector<DCMRow>& rows) {
-    for (const auto& row : rows) {
-      if (diblocks.empty() || diblocks.back() != row.diblock) { diblocks.push_back(row.diblock); }
-      mostDCMs = std::max(mostDCMs, row.dcm);
+/// The boards of a map, each in its cell. All with a value of one colour stand in one group, which keeps the
+/// picture small; neighbours that say the same and have no number are one element.
+class Boards {
+public:
+  Boards(const BoardMap& map, const MapStyle& style, const MapLayout& layout, const ColorScale& scale)
+      : map_(map), style_(style), layout_(layout), scale_(scale) {
+    for (std::size_t i = 0; i < map.boards.size(); ++i) {
+      const MapBoard& board = map.boards[i];
+      const MapCell& cell = layout.boards[i];
+      if (!board.IsGood()) {
+        AddToRun(board, cell, {ClassOf(board.status), FillOf(board.status, style.ids)}, WhyText(board));
+      } else if (map.IsYesNo()) {
+        AddToRun(board, cell, {"yes", YesNoColor(map, board)}, YesNoText(board));
+      } else {
+        AddValue(board, cell);
+      }
+    }
+    for (const auto& [row, run] : runs_) {
+      Finish(row, run);
     }
   }
-  double BlockHeight() const { return mostDCMs * kCellHeight + kBlockGap; }
-  int Columns() const { return std::min(kColumns, std::max(2, static_cast<int>(diblocks.size()))); }
-  int Lines() const { return (static_cast<int>(diblocks.size()) + Columns() - 1) / Columns(); }
-  double X(int diblock) const { return kLeft + Place(diblock) % Columns() * kBlockWidth; }
-  double Y(int diblock) const {
-    const int line = Place(diblock) / Columns();
-    return kTop + line * BlockHeight();
+
+  std::string Draw() const {
+    // In cells of the grid, which has the shortest numbers; strokes are drawn down the middle of the cells.
+    std::string text = "<g class=\"boards\">\n<g transform=\"scale(" + Number(layout_.cellWidth) + ' ' +
+                       Number(layout_.cellHeight) +
+                       ")\">\n<g transform=\"translate(0.5 0)\" stroke-width=\"" +
+                       (IsNarrow() ? "1.02" : "0.94") + "\">\n";
+    for (const auto& [color, boards] : values_) {
+      text += "<g stroke=\"" + color + "\">" + boards.Text() + "</g>\n";
+    }
+    text += "</g>\n";
+    for (const auto* beyond : {&above_, &below_}) {
+      if (beyond->cells.empty()) { continue; }
+      const BeyondMark& mark = beyond == &above_ ? kAboveMark : kBelowMark;
+      text += std::string("<g class=\"beyond\" fill=\"") + mark.ink + "\"><path fill=\"" + mark.paper +
+              "\" d=\"" + beyond->cells + "\"/>" + beyond->paths.Text() + "</g>\n";
+    }
+    text += "</g>\n";
+    for (const auto& [look, runs] : runsOf_) {
+      text += "<g class=\"" + look.first + "\" fill=\"" + look.second + "\">" + runs.Text() + "</g>\n";
+    }
+    constexpr int kMostArrows = 40;  // more are a crowd that shows without them
+    for (const auto* beyond : {&above_, &below_}) {
+      if (beyond->arrows.empty() || beyond->count > kMostArrows) { continue; }
+      text += "<path class=\"arrows\" fill=\"#000000\" stroke=\"#ffffff\" d=\"" + beyond->arrows + "\"/>\n";
+    }
+    return text + "</g>\n";
   }
-  double Width() const { return kLeft + Columns() * kBlockWidth; }
-  double LegendTop() const { return kTop + Lines() * BlockHeight(); }
-  double Height() const { return LegendTop() + kLegendHeight; }
 
 private:
-  int Place(int diblock) const {
-    return static_cast<int>(std::find(diblocks.begin(), diblocks.end(), diblock) - diblocks.begin());
-  }
-};
+  /// Elements of one look: one for each when they have tooltips, else all together.
+  struct Paths {
+    std::string elements;
+    std::string together;
 
-/// A diblock's heading and axes.
-std::string Axes(const Layout& layout, int diblock, int dcms) {
-  const double x = layout.X(diblock);
-  const double y = layout.Y(diblock);
-  const double bottom = y + dcms * kCellHeight;
-  std::string axes = Text(x, y - 5, 12, "start", "diblock " + std::to_string(diblock));
-  for (int dcm = 1; dcm <= dcms; ++dcm) {
-    axes += Text(x - 4, y + dcm * kCellHeight - 1.5, 7.5, "end", std::to_string(dcm));
-  }
-  for (const int port : {0, 16, 32, 48, 63}) {
-    axes += Text(x + (port + 0.5) * kCellWidth, bottom + 9, 7.5, "middle", std::to_string(port));
-  }
-  axes += Text(x + 32 * kCellWidth, bottom + 19, kSmall, "middle", "port");
-  axes += "<text transform=\"translate(" + Number(x - 18) + "," + Number((y + bottom) / 2) +
-          ") rotate(-90)\" font-size=\"9\" text-anchor=\"middle\">DCM</text>\n";
-  return axes;
-}
-
-std::string Cell(const Layout& layout, const BoardMap& map, const ColorScale& scale, const MapBoard& board) {
-  const auto& place = board.place;
-  const bool good = board.IsGood();
-  const std::string fill = good && !map.IsYesNo() ? scale.Color(board.value) : FillOf(board.status);
-  std::string what = "diblock " + std::to_string(place.diblock) + ", DCM " + std::to_string(place.dcm) +
-                     ", port " + std::to_string(place.port) + ": ";
-  if (!good) {
-    what += StateName(board.status);
-    if (board.measured) { what += ", measured " + ValueText(map, *board.measured) + UnitSuffix(map); }
-  } else if (map.IsYesNo()) {
-    what += map.quantity.name;
-  } else {
-    what += ValueText(map, board.value) + UnitSuffix(map);
-  }
-  const bool isOutside = good && !map.IsYesNo() && !scale.Contains(board.value);
-  const bool isEmpty = board.status == Status::NotInstalled;
-  const std::string outline = isOutside ? " stroke=\"#000000\" stroke-width=\"0.9\""
-                              : isEmpty ? " stroke=\"#444444\" stroke-width=\"0.5\""
-                                        : "";
-  return Rectangle(layout.X(place.diblock) + place.port * kCellWidth,
-                   layout.Y(place.diblock) + (place.dcm - 1) * kCellHeight, kCellWidth, kCellHeight,
-                   "class=\"board\" fill=\"" + fill + "\"" + outline, "<title>" + Escaped(what) + "</title>");
-}
-
-/// The colour scale with its ends, and how many boards lie beyond them.
-std::string ScaleBar(double y, const BoardMap& map, const ColorScale& scale) {
-  constexpr int kSteps = 64;
-  std::string bar = "<g class=\"scale\">\n";
-  for (int step = 0; step < kSteps; ++step) {
-    const double value = scale.low + (scale.high - scale.low) * (step + 0.5) / kSteps;
-    bar += Rectangle(kLeft + step * kScaleWidth / kSteps, y, kScaleWidth / kSteps + 0.3, 12,
-                     "fill=\"" + scale.Color(value) + "\"");
-  }
-  bar += Rectangle(kLeft, y, kScaleWidth, 12, "fill=\"none\" stroke=\"#000000\" stroke-width=\"0.6\"");
-  const int ticks = scale.high > scale.low ? 4 : 0;
-  for (int tick = 0; tick <= ticks; ++tick) {
-    const double part = ticks == 0 ? 0.5 : static_cast<double>(tick) / ticks;
-    bar += Text(kLeft + part * kScaleWidth, y + 23, kSmall, "middle",
-                ValueText(map, scale.low + part * (scale.high - scale.low)));
-  }
-  bar += Text(kLeft + kScaleWidth / 2, y + 36, 10, "middle", TitledUnit(map));
-  const auto beyond = [&](auto test) {
-    return std::to_string(std::count_if(map.boards.begin(), map.boards.end(), [&](const MapBoard& board) {
-      return board.IsGood() && test(board.value);
-    }));
+    std::string Text() const { return together.empty() ? elements : "<path d=\"" + together + "\"/>"; }
   };
-  bar += Text(kLeft + kScaleWidth / 2, y + 49, kSmall, "middle",
-              beyond([&](double value) { return value < scale.low; }) + " boards below the scale and " +
-                  beyond([&](double value) { return value > scale.high; }) + " above it are outlined");
-  return bar + "</g>\n";
-}
+  struct Beyond {
+    Paths paths;
+    std::string cells;
+    std::string arrows;
+    int count = 0;
+  };
+  /// Its name and its fill.
+  using Look = std::pair<std::string, std::string>;
 
-std::string Legend(const Layout& layout, const BoardMap& map, const ColorScale& scale) {
-  const double top = layout.LegendTop();
-  std::string legend = "<g class=\"legend\">\n";
-  if (!map.IsYesNo()) { legend += ScaleBar(top, map, scale); }
-  const double x = map.IsYesNo() ? kLeft : kLeft + kScaleWidth + 60;
-  double y = top;
-  auto statuses = StatusesOf(map);
-  if (map.IsYesNo() && map.Count(Status::Known) > 0) { statuses.insert(statuses.begin(), Status::Known); }
-  for (const auto state : statuses) {
-    const std::string name = state == Status::Known ? map.quantity.name : StateName(state);
-    legend +=
-        Rectangle(x, y, 15, kCellHeight,
-                  std::string("stroke=\"#000000\" stroke-width=\"0.4\" fill=\"") + FillOf(state) + "\"");
-    legend += Text(x + 22, y + 8, 10, "start", name + ": " + std::to_string(map.Count(state)));
-    y += 16;
+  /// A mark in a cell would be a line.
+  bool IsNarrow() const { return layout_.cellWidth < 4; }
+
+  void AddTo(Paths& paths, const std::string& d, const std::string& tooltip) const {
+    if (style_.hasTooltips) {
+      paths.elements += "<path d=\"" + d + "\"><title>" + Escaped(tooltip) + "</title></path>\n";
+    } else {
+      paths.together += d;
+    }
   }
-  return legend + "</g>\n";
-}
+
+  /// "14/12/63", or plane and first cell.
+  std::string NameOf(const MapBoard& board) const {
+    if (style_.view == View::Readout) { return PlaceOf(map_, board); }
+    return std::to_string(board.place.plane) + ',' + std::to_string(board.place.module * arrays::kPixels);
+  }
+
+  void AddValue(const MapBoard& board, const MapCell& cell) {
+    const std::string tooltip = NameOf(board) + ": " + ValueText(map_, board.value);
+    const std::string column = "M" + std::to_string(cell.column) + ' ';
+    const std::string at = column + std::to_string(cell.row);
+    if (scale_.Contains(board.value)) {
+      AddTo(values_[scale_.Color(board.value)], at + "v1", tooltip);
+      return;
+    }
+    const bool isAbove = board.value > scale_.high;
+    Beyond& beyond = isAbove ? above_ : below_;
+    beyond.cells += at + "h1v1h-1z";
+    AddTo(beyond.paths, isAbove ? column + std::to_string(cell.row + 1) + "h1l-.5-1z" : at + "h1l-.5 1z",
+          tooltip);
+    AddArrow(beyond, isAbove, cell);
+  }
+
+  /// Over a narrow cell.
+  void AddArrow(Beyond& beyond, bool isAbove, const MapCell& cell) const {
+    if (!IsNarrow()) { return; }
+    ++beyond.count;
+    const double x = (cell.column + 0.5) * layout_.cellWidth;
+    const double y = (cell.row + 0.5) * layout_.cellHeight;
+    beyond.arrows +=
+        "M" + Number(x - 4) + ' ' + Number(isAbove ? y + 5 : y - 5) + "h8l-4 " + (isAbove ? "-10z" : "10z");
+  }
+
+  std::string YesNoText(const MapBoard& board) const {
+    std::string name = map_.quantity.name;
+    if (!map_.minus) { return name; }
+    if (board.value == 0) { return "no change"; }
+    return name + " in run " + std::to_string(board.value > 0 ? map_.run : *map_.minus) + " only";
+  }
+
+  /// Why there is no value, and what there is in its place.
+  std::string WhyText(const MapBoard& board) const {
+    std::string why = StateName(board.status);
+    if (board.ofRun) {
+      const auto isIn = [&](const MapValue& value) { return value.status == board.status; };
+      const std::string run = isIn(*board.ofRun) ? std::to_string(map_.run) : "";
+      const std::string minus = isIn(*board.ofMinus) ? std::to_string(*map_.minus) : "";
+      return why + " in " + run + (run.empty() || minus.empty() ? "" : " and ") + minus;
+    }
+    if (board.measured) { why += ", measured " + ValueText(map_, *board.measured); }
+    return why;
+  }
+
+  /// Neighbours in a line of the grid that say the same.
+  struct Run {
+    int column = 0;
+    int cells = 0;
+    Look look;
+    std::string text;
+    const MapBoard* first = nullptr;
+    const MapBoard* last = nullptr;
+  };
+
+  void AddToRun(const MapBoard& board, const MapCell& cell, const Look& look, const std::string& text) {
+    Run& run = runs_[cell.row];
+    const bool isNext = run.cells > 0 && run.column + run.cells == cell.column;
+    if (isNext && run.look == look && run.text == text) {
+      ++run.cells;
+      run.last = &board;
+      return;
+    }
+    Finish(cell.row, run);
+    run = {cell.column, 1, look, text, &board, &board};
+  }
+
+  /// In points, for patterns must not be stretched.
+  void Finish(int row, const Run& run) {
+    if (run.cells == 0) { return; }
+    const std::string width = Number(run.cells * layout_.cellWidth);
+    const std::string path = "M" + Number(run.column * layout_.cellWidth) + ' ' +
+                             Number(row * layout_.cellHeight) + 'h' + width + 'v' +
+                             Number(layout_.cellHeight) + "h-" + width + 'z';
+    const std::string to = run.cells > 1 ? " to " + NameOf(*run.last) : "";
+    AddTo(runsOf_[run.look], path, NameOf(*run.first) + to + ": " + run.text);
+  }
+
+  const BoardMap& map_;
+  const MapStyle& style_;
+  const MapLayout& layout_;
+  const ColorScale& scale_;
+  std::map<std::string, Paths> values_;  ///< by colour
+  Beyond above_;
+  Beyond below_;
+  std::map<Look, Paths> runsOf_;
+  std::map<int, Run> runs_;  ///< by line of the grid, those that may still grow
+};
 
 }  // namespace
 
-std::string SvgForm(const BoardMap& map) {
-  const auto rows = RowsOf(map);
-  const Layout layout(rows);
-  const ColorScale scale = ScaleOf(map);
-  const std::string size = Number(layout.Width()) + " " + Number(layout.Height());
-  std::string svg =
-      "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" +
-      Number(layout.Width()) + "\" height=\"" + Number(layout.Height()) + "\" viewBox=\"0 0 " + size +
-      "\" font-family=\"Helvetica, Arial, sans-serif\">\n<title>" + Escaped(TitleOf(map)) + "</title>\n" +
-      kPatterns;
-  svg += Rectangle(0, 0, layout.Width(), layout.Height(), "fill=\"#ffffff\"");
-  svg += Text(kLeft, 30, 17, "start", TitleOf(map));
-  svg += "<g class=\"boards\" stroke=\"#ffffff\" stroke-width=\"0.3\">\n";
+std::string SvgForm(const BoardMap& map, const MapStyle& style) {
+  if (map.isOfChannels) { return ChannelSvgForm(map, style); }
+  std::vector<arrays::BoardPlace> places;
+  places.reserve(map.boards.size());
   for (const auto& board : map.boards) {
-    svg += Cell(layout, map, scale, board);
+    places.push_back(board.place);
   }
-  svg += "</g>\n";
-  for (const int diblock : layout.diblocks) {
-    int dcms = 0;
-    for (const auto& row : rows) {
-      if (row.diblock == diblock) { dcms = row.dcm; }
-    }
-    svg += Axes(layout, diblock, dcms);
-  }
-  return svg + Legend(layout, map, scale) + "</svg>\n";
+  const MapLayout layout = LayoutOf(places, style.view);
+  const ColorScale scale = ScaleOf(map, style.scale);
+  return PictureOf(map, style, layout, scale, Boards(map, style, layout, scale).Draw());
 }
 
 }  // namespace brio::tools

@@ -1,50 +1,58 @@
 #include "tools/maps/ColorScale.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 
 namespace brio::tools {
-namespace {
-
-using RGB = std::array<double, 3>;
-
-constexpr std::array<RGB, 6> kAnchors{
-    {{18, 28, 88}, {38, 79, 132}, {64, 124, 142}, {116, 163, 131}, {186, 198, 112}, {250, 232, 140}}};
-
-}  // namespace
 
 double ColorScale::Position(double value) const {
   return high > low ? std::clamp((value - low) / (high - low), 0.0, 1.0) : 0.5;
 }
 
 std::string ColorScale::Color(double value) const {
-  const double along = Position(value) * (kAnchors.size() - 1);
-  const auto index = std::min(static_cast<std::size_t>(along), kAnchors.size() - 2);
-  const double part = along - static_cast<double>(index);
-  constexpr const char* kDigits = "0123456789abcdef";
-  std::string text = "#";
-  for (std::size_t i = 0; i < kAnchors[index].size(); ++i) {
-    const double level = kAnchors[index][i] * (1 - part) + kAnchors[index + 1][i] * part;
-    const auto rounded = static_cast<unsigned int>(std::lround(level));
-    text += kDigits[rounded / 16];
-    text += kDigits[rounded % 16];
-  }
-  return text;
+  // An odd number of steps, so that a difference of zero has the colour of the middle.
+  constexpr int kSteps = 62;
+  return ColorOf(palette, std::round(Position(value) * kSteps) / kSteps).Hex();
 }
 
-ColorScale ScaleOf(const BoardMap& map) {
+ColorScale ScaleOf(std::vector<double> values, bool isDifference, const ScaleChoice& choice) {
+  ColorScale scale;
+  scale.palette = choice.palette.value_or(isDifference ? Palette::BlueOrange : Palette::Cividis);
+  if (!values.empty()) {
+    std::sort(values.begin(), values.end());
+    const double lower = values[values.size() / 4];
+    const double upper = values[values.size() - 1 - values.size() / 4];
+    constexpr double kReach = 1.5;
+    const double reach = kReach * (upper - lower);
+    scale.low = std::max(values.front(), lower - reach);
+    scale.high = std::min(values.back(), upper + reach);
+  }
+  if (isDifference) {
+    // Where most values are alike the middle half has no width; what differs is the picture then.
+    if (!values.empty() && scale.high <= scale.low) {
+      scale.low = values.front();
+      scale.high = values.back();
+    }
+    const double most = std::max(std::abs(scale.low), std::abs(scale.high));
+    scale.low = -most;
+    scale.high = most;
+  }
+  if (choice.min) { scale.low = *choice.min; }
+  if (choice.max) { scale.high = *choice.max; }
+  if (isDifference && choice.min && !choice.max) { scale.high = -*choice.min; }
+  if (isDifference && choice.max && !choice.min) { scale.low = -*choice.max; }
+  // A chosen end beyond all values.
+  if (choice.min && !choice.max) { scale.high = std::max(scale.high, scale.low); }
+  if (choice.max && !choice.min) { scale.low = std::min(scale.low, scale.high); }
+  return scale;
+}
+
+ColorScale ScaleOf(const BoardMap& map, const ScaleChoice& choice) {
   std::vector<double> values;
   for (const auto& board : map.boards) {
     if (board.IsGood()) { values.push_back(board.value); }
   }
-  if (values.empty()) { return {}; }
-  std::sort(values.begin(), values.end());
-  const double lower = values[values.size() / 4];
-  const double upper = values[values.size() - 1 - values.size() / 4];
-  constexpr double kReach = 1.5;
-  const double reach = kReach * (upper - lower);
-  return {std::max(values.front(), lower - reach), std::min(values.back(), upper + reach)};
+  return ScaleOf(std::move(values), map.minus.has_value(), choice);
 }
 
 }  // namespace brio::tools

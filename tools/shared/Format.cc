@@ -104,6 +104,10 @@ std::string Duration(std::time_t seconds) {
   return text + std::to_string(seconds % kMinute) + " s";
 }
 
+std::string Counted(std::size_t number, const std::string& what) {
+  return std::to_string(number) + ' ' + what + (number == 1 ? "" : "s");
+}
+
 std::string Ranges(const std::vector<int>& numbers) {
   std::string text;
   for (std::size_t i = 0; i < numbers.size();) {

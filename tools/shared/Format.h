@@ -38,6 +38,9 @@ double RoundedValue(double value);
 /// "8 h 50 min 0 s"; hours are left out when there are none.
 std::string Duration(std::time_t seconds);
 
+/// "1 board", "2 boards".
+std::string Counted(std::size_t number, const std::string& what);
+
 /// Numbers in ascending order as ranges: "1-6, 8-9"; "none" for none.
 std::string Ranges(const std::vector<int>& numbers);
 

@@ -171,10 +171,6 @@ void AddBoards(RunHistory& history, const LoadedParts& parts, Screen& screen) {
   }
 }
 
-std::string Count(std::size_t number, const std::string& what) {
-  return std::to_string(number) + " " + what + (number == 1 ? "" : "s");
-}
-
 void AddQuality(const std::vector<DQSubrunInfo>& records, Screen& screen) {
   double rate = 0;
   std::size_t flagged = 0;
@@ -191,7 +187,7 @@ void AddQuality(const std::vector<DQSubrunInfo>& records, Screen& screen) {
               {"flagged", flagged},
               {"mean_mip_rate", ShortestValue(static_cast<float>(rate))},
               {"good_diblocks", std::vector<int>(diblocks.begin(), diblocks.end())}},
-             Count(records.size(), "subrun") + ", " + std::to_string(flagged) + " flagged, " + good +
+             Counted(records.size(), "subrun") + ", " + std::to_string(flagged) + " flagged, " + good +
                  " good diblocks, mean MIP rate " + Fixed(rate, 2) + " (version " +
                  std::to_string(records.front().version) + ")");
 }
@@ -247,7 +243,7 @@ std::string SummaryOf(const std::vector<SubrunTimes>& times) {
   for (const auto& subrun : times) {
     if (const auto seconds = DurationOf(subrun)) { durations.push_back(*seconds); }
   }
-  const std::string summary = "of " + Count(times.size(), "subrun");
+  const std::string summary = "of " + Counted(times.size(), "subrun");
   if (durations.empty()) { return summary + ", no durations"; }
   const auto [shortest, longest] = std::minmax_element(durations.begin(), durations.end());
   const std::string how =
