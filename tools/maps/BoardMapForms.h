@@ -30,7 +30,7 @@ struct MapStyle {
 std::string TextForm(const BoardMap& map, const MapStyle& style, bool colored);
 
 /// A picture, as an SVG document with title, axes, unit, colour scale and legend, of less than 700 kB;
-/// without heading, legend and tooltips less than 200 kB.
+/// smaller without tooltips.
 std::string SvgForm(const BoardMap& map, const MapStyle& style);
 
 /// One line a board, with where it is read out and the plane and module that it reads; of a map of channels
