@@ -7,7 +7,7 @@ import unittest
 from selenium.webdriver.common.action_chains import ActionChains
 from selenium.webdriver.common.by import By
 from selenium.webdriver.common.keys import Keys
-from selenium.webdriver.support.ui import Select
+from selenium.webdriver.support.ui import Select, WebDriverWait
 
 import browser
 import pages
@@ -180,6 +180,8 @@ class Pages(InBrowser):
         for diblock in ("1", "12"):
             if diblock != "1":
                 Select(self.find("#boards-diblock")).select_by_value(diblock)
+            # The table is made a little after it was opened.
+            WebDriverWait(self.driver, 60).until(lambda _: self.find_all("#boards-table tbody tr"))
             rows = self.find_all("#boards-table tbody tr")
             self.assertEqual(len(rows), 768)
             self.assertEqual(rows[0].find_element(By.TAG_NAME, "th").text, f"{diblock}/1/0")
