@@ -4,6 +4,8 @@
 #include <utility>
 #include <vector>
 
+#include "framework/Export.h"
+
 namespace brio::dbi {
 
 /// The answers about channels that are asked for most, board by board, found by two steps of arithmetic where
@@ -11,7 +13,7 @@ namespace brio::dbi {
 ///
 /// It points into the records of the object that it belongs to; so a copy of it is empty, and it is emptied
 /// whenever the records are. It holds positive answers only: where it has none, the records tell.
-class BoardIndex {
+class BRIO_EXPORT BoardIndex {
 public:
   struct Board {
     const std::int16_t* thresholds = nullptr;  ///< by pixel

@@ -6,11 +6,12 @@
 
 #include "RunHistory/Members.h"
 #include "database/LoadScope.h"
+#include "framework/Export.h"
 
 namespace brio::dbi {
 
 /// How many loads of this process began afresh.
-long FreshTries();
+BRIO_EXPORT_PRIVATE long FreshTries();
 
 namespace freshtry {
 

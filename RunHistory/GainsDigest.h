@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "RunHistory/PixelGains.h"
+#include "framework/Export.h"
 
 namespace brio::dbi {
 
@@ -12,9 +13,9 @@ namespace brio::dbi {
 inline constexpr const char* kGainsDigest = "gains by APD and DAQ pixel, 1";
 
 /// Gains as bytes, to the bit.
-std::string GainsBytes(const GainsBySerial& gains);
+BRIO_EXPORT_PRIVATE std::string GainsBytes(const GainsBySerial& gains);
 
 /// The gains that gave these bytes; nothing when none could.
-std::optional<GainsBySerial> GainsFrom(std::string_view bytes);
+BRIO_EXPORT_PRIVATE std::optional<GainsBySerial> GainsFrom(std::string_view bytes);
 
 }  // namespace brio::dbi

@@ -8,6 +8,8 @@
 #include <utility>
 #include <vector>
 
+#include "framework/Export.h"
+
 namespace brio::dbi {
 
 /// One avalanche photodiode, with its test-stand gains and where it is installed.
@@ -48,11 +50,11 @@ struct HardwareLocation {
 };
 
 /// By diblock, DCM, port; the detector takes no part, on purpose.
-bool operator<(const HardwareLocation& a, const HardwareLocation& b);
+BRIO_EXPORT bool operator<(const HardwareLocation& a, const HardwareLocation& b);
 
 /// Both end with a line end, inside a log message too.
-std::ostream& operator<<(std::ostream& stream, const FEBInfo& feb);
-std::ostream& operator<<(std::ostream& stream, const HardwareLocation& location);
+BRIO_EXPORT std::ostream& operator<<(std::ostream& stream, const FEBInfo& feb);
+BRIO_EXPORT std::ostream& operator<<(std::ostream& stream, const HardwareLocation& location);
 
 using APDsByModule = std::map<std::uint32_t, APDInfo>;
 using LocationMap = std::map<HardwareLocation, std::pair<FEBInfo, APDInfo>>;
@@ -60,6 +62,6 @@ using LocationMap = std::map<HardwareLocation, std::pair<FEBInfo, APDInfo>>;
 /// FEB and APD at each location at the start of the run whose hardware was mapped last in this process, by
 /// whichever RunHistory. Replaced whole by each mapping, never seen half-built. It has no lock: objects on
 /// different threads must not map hardware or load APD settings at the same time.
-extern LocationMap gLocToFA;
+extern BRIO_EXPORT LocationMap gLocToFA;
 
 }  // namespace brio::dbi

@@ -4,12 +4,13 @@
 #include <vector>
 
 #include "experiment/OfflineChan.h"
+#include "framework/Export.h"
 
 namespace brio::dbi {
 
 /// Which board reads out an offline channel, for all boards whose 32 pixels are 32 cells in a row: asked of
 /// the detector's channel map once for the whole process. Other channels are the map's to tell.
-class OfflineBoards {
+class BRIO_EXPORT OfflineBoards {
 public:
   /// A DCM's number of BoardIndex, and a port; 0 for a board that is not known.
   struct Board {

@@ -10,6 +10,7 @@
 
 #include "database/RowDigest.h"
 #include "database/RowView.h"
+#include "framework/Export.h"
 
 namespace brio::dbi {
 
@@ -24,7 +25,7 @@ extern const char* const kGainsStatement;
 /// Takes the rows of that statement in their order. Of each APD only the highest batch counts; where it
 /// measured a pixel at several temperatures, the warmest wins. Pixels without a measurement are 100.
 /// What it keeps is a hundredth of the rows.
-class GainsReader final : public RowDigest {
+class BRIO_EXPORT_PRIVATE GainsReader final : public RowDigest {
 public:
   explicit GainsReader(int detector);
   void Take(const RowView& row) override;
@@ -45,6 +46,6 @@ private:
 
 /// Asks for all gains. A million rows are read while the server still makes them, and never all in memory.
 /// \return nothing when the query failed, at whatever row
-std::optional<GainsBySerial> PullGains(Table& table, int detector);
+BRIO_EXPORT_PRIVATE std::optional<GainsBySerial> PullGains(Table& table, int detector);
 
 }  // namespace brio::dbi

@@ -3,6 +3,7 @@
 #include <iosfwd>
 
 #include "database/PlainText.h"
+#include "framework/Export.h"
 
 namespace brio::dbi {
 
@@ -10,10 +11,10 @@ namespace brio::dbi {
 /// answer there: to another stream, or nowhere for a null pointer. For the whole process; the stream must
 /// outlive the loads, and lines of several threads come as they come. What Dump and PrintChanInfo write is an
 /// answer, not progress, and stays on standard output, as warnings stay on standard error.
-void SetProgressOutput(std::ostream* stream);
+BRIO_EXPORT void SetProgressOutput(std::ostream* stream);
 
 /// The stream, null for none; standard output unless it was set.
-std::ostream* GetProgressOutput();
+BRIO_EXPORT std::ostream* GetProgressOutput();
 
 /// Writes one such line.
 template <class... Values>

@@ -18,6 +18,7 @@
 #include "database/Table.h"
 #include "database/Util.h"
 #include "experiment/OfflineChan.h"
+#include "framework/Export.h"
 
 namespace daqchannelmap {
 class DAQChannelMap;
@@ -47,7 +48,7 @@ struct RunHistoryTestPeer;
 /// except for what loads APD settings (LoadAPDSettings, LoadAllDetInfo, GetFEB, GetGain, …), which shares
 /// gLocToFA, and for the pixel and APD settings loaders, which set the environment variable
 /// BRIODAQ_ENVIRONMENT.
-class RunHistory {
+class BRIO_EXPORT RunHistory {
 public:
   /// One readout board and its APD, on one port of a DCM.
   struct FEB {
@@ -390,6 +391,6 @@ private:
 };
 
 /// Ascending by number, compared as signed 16-bit values.
-bool SortDiBlocks(RunHistory::DiBlock a, RunHistory::DiBlock b);
+BRIO_EXPORT bool SortDiBlocks(RunHistory::DiBlock a, RunHistory::DiBlock b);
 
 }  // namespace brio::dbi

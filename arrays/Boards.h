@@ -8,6 +8,7 @@
 #include "arrays/Layout.h"
 #include "arrays/Loading.h"
 #include "arrays/Status.h"
+#include "framework/Export.h"
 
 namespace brio::arrays {
 
@@ -32,7 +33,7 @@ struct Board {
 
 /// All the places that a detector has for boards, with what a run says of each: element i is at
 /// BoardsOf(detector)[i].
-struct Boards {
+struct BRIO_EXPORT Boards {
   briodaq::cnv::DetId detector = briodaq::cnv::Unknown;
   std::string detectorName;
   int run = 0;
@@ -49,9 +50,10 @@ struct Boards {
 
 /// Reads the boards off a run that was loaded (LoadRun) as deep as is wanted. What was not loaded has the
 /// status that says so.
-Boards MakeBoards(brio::dbi::RunHistory& history, const LoadedParts& parts);
+BRIO_EXPORT Boards MakeBoards(brio::dbi::RunHistory& history, const LoadedParts& parts);
 
 /// The same of a single place of the run's detector.
-Board MakeBoard(brio::dbi::RunHistory& history, const LoadedParts& parts, const BoardPlace& place);
+BRIO_EXPORT Board MakeBoard(brio::dbi::RunHistory& history, const LoadedParts& parts,
+                            const BoardPlace& place);
 
 }  // namespace brio::arrays

@@ -10,6 +10,7 @@
 #include "arrays/Layout.h"
 #include "arrays/Loading.h"
 #include "arrays/Status.h"
+#include "framework/Export.h"
 
 namespace brio::arrays {
 
@@ -33,7 +34,7 @@ struct MeasuredGains {
 };
 
 /// All channels of a run: element i is at ChannelsOf(detector)[i].
-struct Channels {
+struct BRIO_EXPORT Channels {
   briodaq::cnv::DetId detector = briodaq::cnv::Unknown;
   std::vector<Channel> channels;
   /// By index of the board: those whose gains were replaced or left out.
@@ -49,13 +50,15 @@ struct Channels {
 
 /// Reads the channels off a run that was loaded (LoadRun) as deep as is wanted. Nothing is allocated for
 /// each.
-Channels MakeChannels(brio::dbi::RunHistory& history, const LoadedParts& parts);
+BRIO_EXPORT Channels MakeChannels(brio::dbi::RunHistory& history, const LoadedParts& parts);
 
 /// The same of a single channel of the run's detector.
-Channel MakeChannel(brio::dbi::RunHistory& history, const LoadedParts& parts, const ChannelPlace& place);
+BRIO_EXPORT Channel MakeChannel(brio::dbi::RunHistory& history, const LoadedParts& parts,
+                                const ChannelPlace& place);
 
 /// The gain that was measured of a channel of the far detector, whatever the run uses; nothing when none was,
 /// or when another run's hardware was loaded since.
-std::optional<float> MeasuredGainOf(const brio::dbi::RunHistory& history, const ChannelPlace& place);
+BRIO_EXPORT std::optional<float> MeasuredGainOf(const brio::dbi::RunHistory& history,
+                                                const ChannelPlace& place);
 
 }  // namespace brio::arrays

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "RunHistory/DetInfo.h"
+#include "framework/Export.h"
 
 namespace brio::arrays {
 
@@ -33,7 +34,7 @@ struct ChannelPlace {
 
 /// The places of a detector in the one order that all arrays have, that of the readout: by diblock, DCM, port
 /// and, for channels, pixel. So channel i belongs to board i / 32.
-class Layout {
+class BRIO_EXPORT Layout {
 public:
   /// Worked out from the channel map once for each detector, and kept. Usable from any thread.
   static const Layout& Of(briodaq::cnv::DetId detector);

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "RunHistory/RunHistory.h"
+#include "framework/Export.h"
 
 namespace brio::arrays {
 
@@ -24,7 +25,7 @@ struct Outcome {
 enum class Depth { Run, Hardware, Configuration, Settings };
 
 /// What was loaded of a run. What was not asked for is not ok and has no reason.
-struct LoadedParts {
+struct BRIO_EXPORT LoadedParts {
   Outcome run;
   /// The runs table has no such run.
   bool isMissing = false;
@@ -41,20 +42,20 @@ struct LoadedParts {
 /// The library's loaders of the run record and, after it, of the hardware.
 /// \throws std::runtime_error that names the table, for a DCM whose name is missing or too short to cut;
 /// else what they throw
-bool LoadRunRecord(brio::dbi::RunHistory& history);
-bool LoadHardware(brio::dbi::RunHistory& history);
+BRIO_EXPORT bool LoadRunRecord(brio::dbi::RunHistory& history);
+BRIO_EXPORT bool LoadHardware(brio::dbi::RunHistory& history);
 
 /// Runs one loader of the library and tells how that went.
 using Attempt = std::function<Outcome(const std::function<bool()>& load)>;
 
 /// An exception counts as a failure, its message as the reason.
-Outcome TryTo(const std::function<bool()>& load);
+BRIO_EXPORT Outcome TryTo(const std::function<bool()>& load);
 
 /// Loads a run up to some depth, and tells of each part how that went. Parts whose prerequisites could not be
 /// loaded are not tried, and carry the same reason. What was loaded before is not loaded again.
-LoadedParts LoadRun(brio::dbi::RunHistory& history, Depth depth, const Attempt& attempt = TryTo);
+BRIO_EXPORT LoadedParts LoadRun(brio::dbi::RunHistory& history, Depth depth, const Attempt& attempt = TryTo);
 
 /// Whether it is recorded what is installed in a detector: for the near and the far one.
-bool IsHardwareRecorded(briodaq::cnv::DetId detector);
+BRIO_EXPORT bool IsHardwareRecorded(briodaq::cnv::DetId detector);
 
 }  // namespace brio::arrays

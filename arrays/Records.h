@@ -5,6 +5,7 @@
 #include <string>
 
 #include "arrays/Status.h"
+#include "framework/Export.h"
 
 namespace brio::arrays {
 
@@ -12,16 +13,16 @@ namespace brio::arrays {
 enum class Form { CSV, JSON, NDJSON };
 
 /// The shortest text that reads back as the same number: "1.245".
-std::string Shortest(float value);
-std::string Shortest(double value);
+BRIO_EXPORT std::string Shortest(float value);
+BRIO_EXPORT std::string Shortest(double value);
 
 /// A time of the databases with its zone, which is UTC: "2014-06-10T03:00:00Z". Another text stays as it is.
-std::string WithZone(const std::string& time);
+BRIO_EXPORT std::string WithZone(const std::string& time);
 
 /// Writes records of named fields in one of the forms. Numbers are in the shortest form that reads back as
 /// the same number; what is no finite number is empty (CSV) or null, as is what is absent. JSON is UTF-8:
 /// other bytes become U+FFFD. Nothing is allocated for each record.
-class RecordWriter {
+class BRIO_EXPORT RecordWriter {
 public:
   RecordWriter(std::ostream& stream, Form form);
   RecordWriter(const RecordWriter&) = delete;

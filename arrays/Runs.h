@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "arrays/Status.h"
+#include "framework/Export.h"
 
 namespace brio::arrays {
 
@@ -44,7 +45,7 @@ struct RunCondition {
 };
 
 /// "nsubruns >= 20", blanks or none around the comparison. \throws std::invalid_argument for another text
-RunCondition ConditionIn(const std::string& text);
+BRIO_EXPORT RunCondition ConditionIn(const std::string& text);
 
 /// Which runs; what is not set selects nothing. Times are texts that PostgreSQL reads; without a zone they
 /// are UTC.
@@ -66,7 +67,7 @@ struct RunSelection {
 };
 
 /// A run by its number, with everything that a list can tell: what a snapshot keeps of it for lists.
-RunSelection AllOf(int run);
+BRIO_EXPORT RunSelection AllOf(int run);
 
 /// The runs of a detector in ascending order of their numbers, in one statement. Where resources, masks or
 /// protons on target cannot be read, the runs are asked for again without them. \return nothing, with the
@@ -75,6 +76,7 @@ RunSelection AllOf(int run);
 /// does not hold is a failure, and so are times and comparisons, which only a server knows.
 /// \throws std::invalid_argument for a column or a comparison that there is not,
 /// cet::exception "BrioDatabase" for a missing or broken definition file
-std::optional<std::vector<RunLine>> ListRuns(const std::string& detector, const RunSelection& selection = {});
+BRIO_EXPORT std::optional<std::vector<RunLine>> ListRuns(const std::string& detector,
+                                                         const RunSelection& selection = {});
 
 }  // namespace brio::arrays

@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include "framework/Export.h"
+
 namespace brio::arrays {
 
 /// Whether a value is known, and if it is not, why. A value that is not known shows what the question of
@@ -30,10 +32,10 @@ enum class Status : std::uint8_t {
 constexpr int kStatuses = static_cast<int>(Status::NotAsked) + 1;
 
 /// In few words, as tables have it: "not in the run".
-const char* NameOf(Status status);
+BRIO_EXPORT const char* NameOf(Status status);
 
 /// As a sentence for a reader who asks why: "the DAQ configuration does not enable it".
-const char* ReasonOf(Status status);
+BRIO_EXPORT const char* ReasonOf(Status status);
 
 /// A value with its status.
 template <class T>

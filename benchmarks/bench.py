@@ -13,6 +13,7 @@ from driver.clients import storm
 from driver.commands import Commands
 from driver.loads import Loads
 from driver.programs import Programs, say
+from driver.python import Python
 from driver.questions import Questions
 from driver.snapshots import Snapshots
 from driver.table import Table, machine
@@ -24,7 +25,8 @@ def read_arguments():
     parser.add_argument("--rounds", type=int, default=9, help="interleaved rounds of each measurement (default: 9)")
     parser.add_argument("--quick", action="store_true",
                         help="one round, and only answers and counts are judged, not times")
-    parser.add_argument("--only", choices=["loads", "growth", "questions", "commands", "clients", "snapshots"], help="only this part")
+    parser.add_argument("--only", choices=["loads", "growth", "questions", "commands", "clients", "python", "snapshots"],
+                        help="only this part")
     return parser.parse_args()
 
 
@@ -79,6 +81,8 @@ def main():
                                 template.replace("brio_{detector}", "many_runs_{detector}"))
             commands.list(table)
             commands.export(table)
+        if wanted("python"):
+            Python(programs, loads, os.path.dirname(os.path.abspath(__file__))).measure(table)
         if wanted("clients"):
             with tempfile.TemporaryDirectory(prefix="brio-pool-", dir="/tmp") as pool:
                 storm(table, programs, pool, server_socket, 50 if options.quick else 1000)

@@ -1,8 +1,6 @@
 #include "database/Connect.h"
 
-#include <cstdlib>
 #include <random>
-#include <thread>
 #include <utility>
 
 #include "database/ConnectionAttempt.h"
@@ -12,6 +10,7 @@
 #include "database/RetryPause.h"
 #include "database/StandardDescriptors.h"
 #include "database/StepObserver.h"
+#include "database/Wait.h"
 #include "framework/MessageLogger.h"
 
 namespace brio::dbi {
@@ -49,14 +48,12 @@ bool PauseBefore(int attempt, Clock::time_point deadline) {
   thread_local std::minstd_rand generator{std::random_device{}()};
   const auto pause = RetryPause(attempt, std::uniform_real_distribution<double>()(generator));
   if (deadline != Clock::time_point::max() && Clock::now() + pause >= deadline) { return false; }
-  std::this_thread::sleep_for(pause);
+  Pause(pause);
   return true;
 }
 
 std::string AdviceAfter(const ConnectionFailure& failure) {
-  const char* setting = std::getenv(kDatabaseVariable);
-  const bool isSet = setting != nullptr && *setting != '\0';
-  if (!failure.neverStarted || isSet) { return {}; }
+  if (!failure.neverStarted || IsDatabaseSet()) { return {}; }
   return std::string("; ") + kDatabaseVariable +
          " is not set: set it to a connection string, or define that service in your PostgreSQL service file";
 }

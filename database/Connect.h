@@ -4,6 +4,7 @@
 #include <string>
 
 #include "database/Result.h"
+#include "framework/Export.h"
 
 namespace brio::dbi {
 
@@ -16,9 +17,9 @@ namespace brio::dbi {
 /// \param reason  takes what is logged when no server let the client in; may be null
 /// \return null, with the reason logged at error severity, category "BrioDatabase", when there is no
 ///         connection. No password is ever part of a message.
-ConnectionHandle Connect(
-    const std::string& connectionString, int retries,
-    std::chrono::steady_clock::time_point deadline = std::chrono::steady_clock::time_point::max(),
-    std::string* reason = nullptr);
+BRIO_EXPORT_PRIVATE ConnectionHandle
+Connect(const std::string& connectionString, int retries,
+        std::chrono::steady_clock::time_point deadline = std::chrono::steady_clock::time_point::max(),
+        std::string* reason = nullptr);
 
 }  // namespace brio::dbi

@@ -3,12 +3,13 @@
 #include <string>
 
 #include "database/ConnectionOptions.h"
+#include "framework/Export.h"
 
 namespace brio::dbi {
 
 /// Whether libpq understands the string, and each piece of it for what it is. Its own complaints about one
 /// that it does not may quote pieces, a password among them, and are not passed on.
-bool IsReadable(const std::string& connectionString);
+BRIO_EXPORT_PRIVATE bool IsReadable(const std::string& connectionString);
 
 /// Whether a password seems to stand where libpq and the server show what they are given: in the place of a
 /// host, a port, a user or a database.

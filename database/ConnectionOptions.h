@@ -5,6 +5,8 @@
 
 #include <libpq-fe.h>
 
+#include "framework/Export.h"
+
 namespace brio::dbi {
 
 struct OptionsDeleter {
@@ -14,17 +16,17 @@ struct OptionsDeleter {
 using OptionsHandle = std::unique_ptr<PQconninfoOption, OptionsDeleter>;
 
 /// The options that a connection string itself sets; null when libpq cannot read it.
-OptionsHandle OptionsIn(const std::string& connectionString);
+BRIO_EXPORT_PRIVATE OptionsHandle OptionsIn(const std::string& connectionString);
 
 /// What a connection to that string would use, with the service file, the environment and libpq's defaults.
 /// Connects to nothing. Without values when libpq refuses the string, its service or the number of its hosts.
-OptionsHandle EffectiveOptions(const std::string& connectionString);
+BRIO_EXPORT_PRIVATE OptionsHandle EffectiveOptions(const std::string& connectionString);
 
 /// An option's value; empty when it has none or libpq does not know it.
-std::string OptionValue(const OptionsHandle& options, const std::string& keyword);
+BRIO_EXPORT_PRIVATE std::string OptionValue(const OptionsHandle& options, const std::string& keyword);
 
 /// Where libpq looks for a server when no host is named: a folder of Unix sockets, or a host.
-std::string DefaultHost();
+BRIO_EXPORT_PRIVATE std::string DefaultHost();
 /// The port of a host whose entry in a list of ports is empty.
 std::string DefaultPort();
 

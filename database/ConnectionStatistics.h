@@ -1,9 +1,11 @@
 #pragma once
 
+#include "framework/Export.h"
+
 namespace brio::dbi {
 
 /// What this process has asked of databases so far. Counts only grow; compare two snapshots.
-struct ConnectionStatistics {
+struct BRIO_EXPORT ConnectionStatistics {
   long connectionAttempts = 0;
   long connectionsOpened = 0;
   /// Statements that ask for data. The BEGIN and COMMIT around a load are not among them.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cstdlib>
+#include <utility>
 
 #include "framework/MessageLogger.h"
 
@@ -10,6 +11,8 @@ namespace brio::dbi {
 namespace {
 
 constexpr const char* kDefaultTemplate = "service=brio-{detector}";
+
+thread_local std::optional<std::string> chosen;
 
 const char* DatabaseName(DatabaseKind kind) {
   switch (kind) {
@@ -19,6 +22,13 @@ const char* DatabaseName(DatabaseKind kind) {
     case DatabaseKind::SlowControl: break;
   }
   return "slowcontrol";
+}
+
+/// The template that was set; null for none.
+const char* SetTemplate() {
+  if (chosen) { return chosen->c_str(); }
+  const char* variable = std::getenv(kDatabaseVariable);
+  return variable != nullptr && *variable != '\0' ? variable : nullptr;
 }
 
 bool IsNameCharacter(unsigned char character) {
@@ -32,6 +42,13 @@ std::string LowerCase(std::string text) {
 }
 
 }  // namespace
+
+bool IsDatabaseSet() { return SetTemplate() != nullptr; }
+
+ScopedDatabase::ScopedDatabase(std::string connectionTemplate)
+    : before_(std::exchange(chosen, std::move(connectionTemplate))) {}
+
+ScopedDatabase::~ScopedDatabase() { chosen = std::move(before_); }
 
 std::string ExpandTemplate(const std::string& connectionTemplate, const std::string& detector,
                            DatabaseKind kind) {
@@ -58,9 +75,9 @@ std::optional<std::string> ExpandConnectionString(const std::string& detector, D
                              << "\": a name of letters, digits, \"_\" and \"-\" is needed";
     return std::nullopt;
   }
-  const char* connectionTemplate = std::getenv(kDatabaseVariable);
-  const bool isSet = connectionTemplate != nullptr && *connectionTemplate != '\0';
-  return ExpandTemplate(isSet ? connectionTemplate : kDefaultTemplate, detector, kind);
+  const char* connectionTemplate = SetTemplate();
+  return ExpandTemplate(connectionTemplate != nullptr ? connectionTemplate : kDefaultTemplate, detector,
+                        kind);
 }
 
 }  // namespace brio::dbi

@@ -2,6 +2,8 @@
 
 #include <optional>
 
+#include "framework/Export.h"
+
 namespace brio::dbi {
 
 /// Marks one load on the calling thread. Tables used while a scope is alive share one connection for each
@@ -9,7 +11,7 @@ namespace brio::dbi {
 /// normally or by exception, every transaction is committed and every connection closed. Scopes nest. What
 /// one load spends in connecting and in statements, its pauses and its own work apart, is limited by
 /// BRIO_LOAD_TIMEOUT (docs/operators.md); once that is used up, what it still asks fails at once.
-class LoadScope {
+class BRIO_EXPORT LoadScope {
 public:
   /// Takes the outer scope's word on logging times; without one none are logged.
   LoadScope();

@@ -7,6 +7,7 @@
 #include <libpq-fe.h>
 
 #include "database/Table.h"
+#include "framework/Export.h"
 
 namespace brio::dbi {
 
@@ -18,20 +19,21 @@ namespace brio::dbi {
 ///         "RunHistory", and closes the connection. Throws nothing.
 /// \param columns  how many the rows must have: the loaders say it, since an answer with fewer has no value
 ///                 where they look for one. Other rows are a failed statement; 0 takes any
-PGresult* PerformPGQuery(const std::string& query, Table& table, int columns = 0);
+BRIO_EXPORT PGresult* PerformPGQuery(const std::string& query, Table& table, int columns = 0);
 
 /// The same for a reader who does not need libpq's form of the rows. \return false after a failure, with no
 /// rows
-bool PerformPGQuery(const std::string& query, Table& table, Rows& rows, int columns = 0);
+BRIO_EXPORT bool PerformPGQuery(const std::string& query, Table& table, Rows& rows, int columns = 0);
 
 /// The same for rows too many to keep: gives them to `take` as they arrive.
 /// \return how many there were; nothing after a failure, which may come after some rows were given
-std::optional<int> PerformPGQuery(const std::string& query, Table& table, const RowConsumer& take,
-                                  int columns = 0);
+BRIO_EXPORT std::optional<int> PerformPGQuery(const std::string& query, Table& table, const RowConsumer& take,
+                                              int columns = 0);
 
 /// The same for a consumer that a source may give what it once kept of the rows.
 /// \return how many there were, or once were
-std::optional<int> PerformPGQuery(const std::string& query, Table& table, RowDigest& digest, int columns = 0);
+BRIO_EXPORT std::optional<int> PerformPGQuery(const std::string& query, Table& table, RowDigest& digest,
+                                              int columns = 0);
 
 // std::auto_ptr was dropped from C++17 but is still there in the standard libraries that say so.
 #if defined(__GLIBCXX__) || __cplusplus < 201703L || defined(_LIBCPP_ENABLE_CXX17_REMOVED_AUTO_PTR)
@@ -42,7 +44,7 @@ std::optional<int> PerformPGQuery(const std::string& query, Table& table, RowDig
 #endif
 /// The same for a table held by the pointer type of older code. The table stays the caller's.
 /// \throws cet::exception "BrioDatabase" when the pointer holds none.
-PGresult* PerformPGQuery(const std::string& query, const std::auto_ptr<Table>& table);
+BRIO_EXPORT PGresult* PerformPGQuery(const std::string& query, const std::auto_ptr<Table>& table);
 #if defined(__GNUC__)
 #pragma GCC diagnostic pop
 #endif

@@ -4,12 +4,13 @@
 #include <string_view>
 
 #include "database/RowView.h"
+#include "framework/Export.h"
 
 namespace brio::dbi {
 
 /// A consumer of rows that keeps much less of them than they are, and can be given what it kept in their
 /// place: so a source that is no server need not hold the rows.
-class RowDigest {
+class BRIO_EXPORT RowDigest {
 public:
   RowDigest() = default;
   virtual ~RowDigest() = default;

@@ -8,6 +8,7 @@
 #include "database/Result.h"
 #include "database/RowConsumer.h"
 #include "database/Rows.h"
+#include "framework/Export.h"
 
 namespace brio::dbi {
 
@@ -36,7 +37,7 @@ struct SessionSource {
 
 /// An open source of answers: a connection to a server, or whatever else stands where a server stands.
 /// Used by one thread at a time.
-class Session {
+class BRIO_EXPORT Session {
 public:
   Session() = default;
   virtual ~Session() = default;
@@ -78,6 +79,7 @@ enum class DatabaseKind { Runs, Hardware, DAQConfiguration, SlowControl };
 /// A session with one of a detector's databases: the one that the calling thread's load already uses, or a
 /// new one. Null, with the reason logged at error severity, when it cannot be had. \param retries  how often
 /// to try again when the failure is one that can pass
-std::shared_ptr<Session> AcquireSession(const std::string& detector, DatabaseKind kind, int retries);
+BRIO_EXPORT_PRIVATE std::shared_ptr<Session> AcquireSession(const std::string& detector, DatabaseKind kind,
+                                                            int retries);
 
 }  // namespace brio::dbi

@@ -28,7 +28,17 @@ StatementWatch::StatementWatch(const PGconn* connection) : isWatched_(observed) 
   start_ = std::chrono::steady_clock::now();
 }
 
+StatementWatch::StatementWatch(const std::string& database) : isWatched_(observed) {
+  if (!isWatched_) { return; }
+  database_ = database;
+  start_ = std::chrono::steady_clock::now();
+}
+
 void StatementWatch::End(const Statement& statement, const PGresult* result, const GivenRows& given) const {
+  End(statement, !IsGood(result), {given.count + PQntuples(result), given.taken});
+}
+
+void StatementWatch::End(const Statement& statement, bool hasFailed, const GivenRows& given) const {
   if (!isWatched_) { return; }
   StatementObserver observer;
   {
@@ -36,7 +46,7 @@ void StatementWatch::End(const Statement& statement, const PGresult* result, con
     observer = current;
   }
   if (!observer) { return; }
-  observer({statement, database_, given.count + PQntuples(result), !IsGood(result),
+  observer({statement, database_, given.count, hasFailed,
             std::chrono::steady_clock::now() - start_ - given.taken});
 }
 

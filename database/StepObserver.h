@@ -3,6 +3,8 @@
 #include <functional>
 #include <string>
 
+#include "framework/Export.h"
+
 namespace brio::dbi {
 
 /// What the process is about to do with a database.
@@ -12,7 +14,7 @@ enum class DatabaseStep { Connect, Begin, Statement, Commit };
 using StepObserver = std::function<void(DatabaseStep, const std::string&)>;
 
 /// Sets the process's observer; an empty function removes it.
-void SetStepObserver(StepObserver observer);
+BRIO_EXPORT_PRIVATE void SetStepObserver(StepObserver observer);
 void NotifyStep(DatabaseStep step, const std::string& text);
 
 }  // namespace brio::dbi

@@ -13,6 +13,7 @@
 #include "database/Row.h"
 #include "database/RowConsumer.h"
 #include "database/Rows.h"
+#include "framework/Export.h"
 
 namespace brio::dbi {
 
@@ -27,7 +28,7 @@ struct Statement;
 /// the hardware database, any other the run database. Within a load of RunHistory all tables of one database
 /// share a connection and a read-only transaction; elsewhere a table has a connection of its own, and each
 /// Load a read-only transaction on it, unless the client began one. One thread uses a table at a time.
-class Table {
+class BRIO_EXPORT Table {
 public:
   /// The table type of the hardware database.
   static constexpr int kHardware = 2;

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "database/ColumnDef.h"
+#include "framework/Export.h"
 
 namespace brio::dbi {
 
@@ -18,9 +19,9 @@ struct TableDefinition {
 /// Reads a definition file, `<table schema="…" name="…"><column name="…" type="…"/>…</table>`, at a path that
 /// is absolute or relative to the search path. \throws cet::exception "BrioDatabase" naming the file, the
 /// line and what is wrong.
-TableDefinition ReadTableDefinition(const std::string& path);
+BRIO_EXPORT_PRIVATE TableDefinition ReadTableDefinition(const std::string& path);
 
 /// The same for the file's text; `file` is the name that messages use.
-TableDefinition ParseTableDefinition(const std::string& text, const std::string& file);
+BRIO_EXPORT_PRIVATE TableDefinition ParseTableDefinition(const std::string& text, const std::string& file);
 
 }  // namespace brio::dbi

@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include "framework/Export.h"
+
 namespace daqchannelmap {
 
 /// A DAQ channel: detector, diblock, DCM, FEB (the DCM's port) and pixel, packed into 32 bits.
@@ -14,7 +16,7 @@ using LogicalChannel = std::uint32_t;
 /// Unpacking is a matter of bits: it takes any number and checks nothing. Encoders check every part and throw
 /// std::out_of_range with the part's name, its value and its range. Instances are constant and live as long
 /// as the process, so they may be used from any number of threads.
-class DAQChannelMap {
+class BRIO_EXPORT DAQChannelMap {
 public:
   /// Given by conversions for a channel that the detector does not have; every part of it decodes to 0, and
   /// no detector has a diblock 0. As a logical channel the number also stands for plane 0, cell 0 of detector

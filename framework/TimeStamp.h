@@ -8,8 +8,10 @@
 
 #include <cstdint>
 
+#include "framework/Export.h"
+
 /// A time stamp in seconds and nanoseconds since 1970-01-01 UTC.
-class TTimeStamp {
+class BRIO_EXPORT TTimeStamp {
 public:
   /// From calendar fields. With isUTC the fields are UTC, otherwise local time; secOffset seconds are added.
   /// Fields outside their calendar range carry over as timegm carries them (month 13 is January of the next

@@ -9,6 +9,8 @@
 #include <type_traits>
 #include <utility>
 
+#include "framework/Export.h"
+
 namespace cet {
 
 /// A hard failure: a category that a handler can choose by, and a message that is streamed to it.
@@ -16,7 +18,7 @@ namespace cet {
 ///     throw cet::exception("RunHistory") << "no such run: " << run;
 ///
 /// `what()` shows both. Copies are independent of each other.
-class exception : public std::exception {
+class BRIO_EXPORT exception : public std::exception {
 public:
   explicit exception(std::string category);
   exception(std::string category, std::string message);

@@ -6,6 +6,7 @@
 
 #include "database/snapshot/SavedRun.h"
 #include "database/snapshot/SnapshotFile.h"
+#include "framework/Export.h"
 
 namespace brio::snapshot {
 
@@ -17,6 +18,7 @@ struct RunChange {
 
 /// Asks the databases (BRIO_DATABASE) again for all that was saved of a run, and compares. Rows in another
 /// order are the same rows.
-RunChange ChangesOf(const dbi::snapshot::SavedRun& run, dbi::snapshot::SnapshotFile& file);
+BRIO_EXPORT_PRIVATE RunChange ChangesOf(const dbi::snapshot::SavedRun& run,
+                                        dbi::snapshot::SnapshotFile& file);
 
 }  // namespace brio::snapshot

@@ -4,6 +4,8 @@
 #include <memory>
 #include <string>
 
+#include "framework/Export.h"
+
 namespace brio::snapshot {
 
 /// What became of a run that was to be saved.
@@ -28,7 +30,7 @@ struct SavedResult {
 /// \throws cet::exception "BrioDatabase", naming the file and the reason, from every member function, when
 /// the file
 ///         cannot be written, or the old one cannot be read
-class Saver {
+class BRIO_EXPORT Saver {
 public:
   enum class Old { Replace, Append };
 

@@ -1,9 +1,9 @@
 -- Tables of the hardware databases: what the factory made and where it was installed (millpondprod_factory),
 -- what the test stands measured, how the boards are cabled (public).
-CREATE SCHEMA millpondprod_factory;
+CREATE SCHEMA IF NOT EXISTS millpondprod_factory;
 
 -- Everything that carries a barcode; glassfish_discriminator is 'module', 'apd' or 'feb'.
-CREATE TABLE millpondprod_factory.barcoded_item (
+CREATE TABLE IF NOT EXISTS millpondprod_factory.barcoded_item (
   barcoded_item_id        integer PRIMARY KEY,
   barcode                 text NOT NULL,
   glassfish_discriminator text NOT NULL,
@@ -13,7 +13,7 @@ CREATE TABLE millpondprod_factory.barcoded_item (
 );
 
 -- The place is NULL for a spare module.
-CREATE TABLE millpondprod_factory.module (
+CREATE TABLE IF NOT EXISTS millpondprod_factory.module (
   barcoded_item_id  integer PRIMARY KEY,
   block             integer,
   layer             integer,
@@ -21,32 +21,32 @@ CREATE TABLE millpondprod_factory.module (
   orientation       text
 );
 
-CREATE TABLE millpondprod_factory.apd (
+CREATE TABLE IF NOT EXISTS millpondprod_factory.apd (
   barcoded_item_id integer PRIMARY KEY,
   wafer            text
 );
 
 -- When two items were connected, and until when.
-CREATE TABLE millpondprod_factory.brio_connection (
+CREATE TABLE IF NOT EXISTS millpondprod_factory.brio_connection (
   connection_id integer PRIMARY KEY,
   date_created  timestamp with time zone NOT NULL,
   date_removed  timestamp with time zone
 );
 
-CREATE TABLE millpondprod_factory.module_apd_connection (
+CREATE TABLE IF NOT EXISTS millpondprod_factory.module_apd_connection (
   connection_id integer PRIMARY KEY,
   module        integer NOT NULL,
   apd           integer NOT NULL
 );
 
-CREATE TABLE millpondprod_factory.module_feb_connection (
+CREATE TABLE IF NOT EXISTS millpondprod_factory.module_feb_connection (
   connection_id integer PRIMARY KEY,
   module        integer NOT NULL,
   feb           integer NOT NULL
 );
 
 -- Test stand: one row an APD, batch and temperature. vr is the voltage in volts.
-CREATE TABLE public.apd_stats (
+CREATE TABLE IF NOT EXISTS public.apd_stats (
   apd_id       text,
   batch_no     integer,
   target_degc  integer,
@@ -55,7 +55,7 @@ CREATE TABLE public.apd_stats (
 );
 
 -- Test stand: gain of each pixel, column A to D, row 1 to 8.
-CREATE TABLE public.apd_pixel_m (
+CREATE TABLE IF NOT EXISTS public.apd_pixel_m (
   apd_id      text,
   batch_no    integer,
   target_degc integer,
@@ -65,7 +65,7 @@ CREATE TABLE public.apd_pixel_m (
 );
 
 -- Test stand: the straight-line fit of a board's high voltage.
-CREATE TABLE public.feb_test_summary (
+CREATE TABLE IF NOT EXISTS public.feb_test_summary (
   febsn          text,
   hvfitintercept double precision,
   hvfitslope     double precision
@@ -73,7 +73,7 @@ CREATE TABLE public.feb_test_summary (
 
 -- From a DCM's port (location1 'DIBLK:nn', position1 'DCM:nn', port1 'PRT:nn') to the module whose board
 -- hangs on it (location2 'BLK:nn', position2 'PLN:nn', port2 'POS:nn').
-CREATE TABLE public.feb_comm_cables (
+CREATE TABLE IF NOT EXISTS public.feb_comm_cables (
   cable_id  integer PRIMARY KEY,
   location1 text,
   position1 text,
@@ -84,7 +84,7 @@ CREATE TABLE public.feb_comm_cables (
 );
 
 -- Near detector: what hangs on each DCM port; hw_type is 'APD', 'FEB' or 'MODULE'.
-CREATE TABLE public.hardware_position (
+CREATE TABLE IF NOT EXISTS public.hardware_position (
   detector        text,
   dcm_name        text,
   dcm_port        integer,

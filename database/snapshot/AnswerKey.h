@@ -7,6 +7,7 @@
 
 #include "database/Session.h"
 #include "database/snapshot/ContentHash.h"
+#include "framework/Export.h"
 
 namespace brio::dbi::snapshot {
 
@@ -27,7 +28,7 @@ struct AnswerKey {
 };
 
 /// The kind's name, as {database} in a connection string becomes.
-const char* NameOf(DatabaseKind kind);
+BRIO_EXPORT_PRIVATE const char* NameOf(DatabaseKind kind);
 
 /// As SQLite's NOCASE compares: ASCII letters only, whatever the locale.
 std::string LowerCase(std::string text);
@@ -36,7 +37,7 @@ std::string LowerCase(std::string text);
 std::string EncodedParameters(const std::vector<std::string>& parameters);
 
 /// What a snapshot finds the key by.
-ContentHash HashOf(const AnswerKey& key);
+BRIO_EXPORT_PRIVATE ContentHash HashOf(const AnswerKey& key);
 /// The same from what is stored of it.
 ContentHash QuestionHash(const std::string& detector, std::string_view kind, std::string_view statement,
                          std::string_view parameters, bool binary);

@@ -7,11 +7,12 @@
 
 #include "database/snapshot/Recorder.h"
 #include "database/snapshot/SnapshotWriter.h"
+#include "framework/Export.h"
 
 namespace brio::dbi::snapshot {
 
 /// Recorded answers in memory, each key's once.
-class AnswerSet {
+class BRIO_EXPORT_PRIVATE AnswerSet {
 public:
   struct Entry {
     AnswerKey key;
@@ -30,6 +31,6 @@ private:
 };
 
 /// Hands a recorded answer over to a file.
-SnapshotWriter::Answer Write(SnapshotWriter& writer, const AnswerSet::Entry& entry);
+BRIO_EXPORT_PRIVATE SnapshotWriter::Answer Write(SnapshotWriter& writer, const AnswerSet::Entry& entry);
 
 }  // namespace brio::dbi::snapshot

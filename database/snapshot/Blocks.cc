@@ -25,10 +25,13 @@ std::string Compress(std::string_view raw) {
   return frame;
 }
 
+bool IsFrameOf(std::string_view frame, std::size_t size) {
+  return size <= kLargestBlock && frame.size() <= ZSTD_compressBound(size) &&
+         ZSTD_getFrameContentSize(frame.data(), frame.size()) == size;
+}
+
 std::string Decompress(std::string_view frame, std::size_t size) {
-  if (size > kLargestBlock || ZSTD_getFrameContentSize(frame.data(), frame.size()) != size) {
-    throw SnapshotError("a block has another size than it should have");
-  }
+  if (!IsFrameOf(frame, size)) { throw SnapshotError("a block has another size than it should have"); }
   std::string raw(size, '\0');
   const std::size_t got = ZSTD_decompress(raw.data(), raw.size(), frame.data(), frame.size());
   if (ZSTD_isError(got) != 0U || got != size) { throw SnapshotError("a block cannot be decompressed"); }

@@ -4,6 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include "framework/Export.h"
+
 namespace brio::dbi::snapshot {
 
 /// No block is larger before compression, so that none can claim more memory than that.
@@ -15,9 +17,12 @@ inline constexpr std::size_t kLargestRun = std::size_t{256} << 20U;
 inline constexpr std::size_t kMostCells = std::size_t{1} << 25U;
 
 /// zstd's frame for a block. \throws SnapshotError when the block is too large
-std::string Compress(std::string_view raw);
+BRIO_EXPORT_PRIVATE std::string Compress(std::string_view raw);
+
+/// Whether a frame says that it holds so many bytes, and is no longer than that needs.
+bool IsFrameOf(std::string_view frame, std::size_t size);
 
 /// What a frame holds, if that is so many bytes. \throws SnapshotError when it is not
-std::string Decompress(std::string_view frame, std::size_t size);
+BRIO_EXPORT_PRIVATE std::string Decompress(std::string_view frame, std::size_t size);
 
 }  // namespace brio::dbi::snapshot

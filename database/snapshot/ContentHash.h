@@ -6,12 +6,14 @@
 #include <string_view>
 #include <vector>
 
+#include "framework/Export.h"
+
 namespace brio::dbi::snapshot {
 
 /// XXH3-128 of some bytes, in its canonical form (as `xxhsum -H2` prints it). It tells damage, not forgery.
 using ContentHash = std::array<char, 16>;
 
-ContentHash HashOf(std::string_view bytes);
+BRIO_EXPORT_PRIVATE ContentHash HashOf(std::string_view bytes);
 
 inline std::string_view BytesOf(const ContentHash& hash) { return {hash.data(), hash.size()}; }
 

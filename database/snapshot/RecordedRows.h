@@ -6,12 +6,13 @@
 #include <vector>
 
 #include "database/RowView.h"
+#include "framework/Export.h"
 
 namespace brio::dbi::snapshot {
 
 /// Collects an answer's rows column by column, each value that repeats kept once. Thrown away, it has cost
 /// nothing but time.
-class RecordedRows {
+class BRIO_EXPORT_PRIVATE RecordedRows {
 public:
   RecordedRows();
   ~RecordedRows();

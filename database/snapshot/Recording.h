@@ -4,6 +4,7 @@
 #include <string>
 
 #include "database/Session.h"
+#include "framework/Export.h"
 
 namespace brio::dbi {
 
@@ -20,7 +21,7 @@ std::shared_ptr<Session> Wrap(std::shared_ptr<Session> session, const std::strin
                               DatabaseKind kind);
 
 /// While it lives, sessions that this thread acquires are recorded.
-class OnThisThread {
+class BRIO_EXPORT_PRIVATE OnThisThread {
 public:
   explicit OnThisThread(std::shared_ptr<snapshot::Recorder> recorder);
   ~OnThisThread();

@@ -5,12 +5,13 @@
 #include <utility>
 
 #include "database/snapshot/Recorder.h"
+#include "framework/Export.h"
 
 namespace brio::dbi::snapshot {
 
 /// Stands around another session and passes everything on unchanged, messages and exceptions too; a recorder
 /// is told what was asked and what came back.
-class RecordingSession final : public Session {
+class BRIO_EXPORT_PRIVATE RecordingSession final : public Session {
 public:
   RecordingSession(std::shared_ptr<Session> session, std::shared_ptr<Recorder> recorder, std::string detector,
                    DatabaseKind kind)

@@ -6,6 +6,8 @@
 
 #include <libpq-fe.h>
 
+#include "framework/Export.h"
+
 namespace brio::dbi::snapshot {
 
 /// What a server says of one column of an answer.
@@ -23,7 +25,7 @@ struct ResultColumn {
 std::vector<ResultColumn> ColumnsOf(const PGresult* result);
 
 /// The same as the bytes that a snapshot stores (docs/snapshots.md).
-std::string EncodedColumns(const std::vector<ResultColumn>& columns);
+BRIO_EXPORT_PRIVATE std::string EncodedColumns(const std::vector<ResultColumn>& columns);
 /// \throws SnapshotError when the bytes are not that
 std::vector<ResultColumn> ColumnsIn(std::string_view bytes);
 

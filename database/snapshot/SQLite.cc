@@ -58,7 +58,9 @@ SQLiteFile SQLiteFile::OpenImmutable(const std::string& path) {
   sqlite3_db_config(handle, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
   sqlite3_limit(handle, SQLITE_LIMIT_LENGTH, kLongestValue);
   sqlite3_limit(handle, SQLITE_LIMIT_ATTACHED, 0);
-  file.Run("PRAGMA cell_size_check=ON; PRAGMA mmap_size=0; PRAGMA temp_store=MEMORY; PRAGMA query_only=ON");
+  file.Run(
+      "PRAGMA cell_size_check=ON; PRAGMA mmap_size=0; PRAGMA cache_size=-256; PRAGMA temp_store=MEMORY; "
+      "PRAGMA query_only=ON");
   return file;
 }
 
@@ -112,9 +114,14 @@ bool SQLiteQuery::Step() {
   sqlite3_progress_handler(handle_, 0, nullptr, nullptr);
   if (code == SQLITE_ROW) { return true; }
   if (code != SQLITE_DONE) { throw SnapshotError(sqlite3_errmsg(handle_)); }
+  Reset();
+  return false;
+}
+
+SQLiteQuery& SQLiteQuery::Reset() {
   bound_ = 0;
   Check(sqlite3_reset(statement_.get()));
-  return false;
+  return *this;
 }
 
 std::int64_t SQLiteQuery::Number(int column) { return sqlite3_column_int64(statement_.get(), column); }

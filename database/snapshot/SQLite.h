@@ -7,10 +7,12 @@
 
 #include <sqlite3.h>
 
+#include "framework/Export.h"
+
 namespace brio::dbi::snapshot {
 
 /// Owns an open SQLite file.
-class SQLiteFile {
+class BRIO_EXPORT_PRIVATE SQLiteFile {
 public:
   /// Opens a file as it is, for reading: no lock, no journal, no look for either. What the file says of
   /// itself is not trusted. \throws SnapshotError
@@ -33,7 +35,7 @@ private:
 
 /// One statement. What it gives is copied or used before the next Step. \throws SnapshotError from all
 /// that can fail
-class SQLiteQuery {
+class BRIO_EXPORT_PRIVATE SQLiteQuery {
 public:
   SQLiteQuery(const SQLiteFile& file, std::string_view sql);
 
@@ -44,6 +46,8 @@ public:
 
   /// \return false when there are no more rows; the query can then be bound and run again
   bool Step();
+  /// Whatever rows are left, the query can be bound and run again.
+  SQLiteQuery& Reset();
   std::int64_t Number(int column);
   /// A text or bytes, valid until the next Step.
   std::string_view Bytes(int column);

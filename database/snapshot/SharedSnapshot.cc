@@ -93,10 +93,21 @@ std::optional<std::string> SharedSnapshot::Verify(const std::string& detector, i
   try {
     const auto row = tables_->FindRun(detector, run);
     if (!row) { LacksRun(detector, run); }
-    BlocksInUse none;
-    tables_->ReadRun(row->id, none);
+    FramesInUse none;
+    UnpackAll(tables_->ReadRun(row->id, none));
   } catch (const SnapshotError& error) { return error.what(); }
   return std::nullopt;
+}
+
+FrameReader SharedSnapshot::Reader() const {
+  return [this](const ContentHash& hash) { return tables_->ReadFrame(hash); };
+}
+
+/// Also what only a file made so gets wrong. \throws SnapshotError
+void SharedSnapshot::UnpackAll(const VerifiedAnswers& answers) const {
+  for (const auto& answer : answers.byQuestion) {
+    answer.second->Unpack(Reader());
+  }
 }
 
 std::vector<std::string> SharedSnapshot::VerifyAll() {
@@ -107,16 +118,17 @@ std::vector<std::string> SharedSnapshot::VerifyAll() {
     if (!integrity.empty()) { complaints.push_back(integrity); }
     // The blocks of one run are at hand for the next, so that each is read once.
     std::list<VerifiedAnswers> previous;
-    BlocksInUse blocks;
+    FramesInUse frames;
     for (const auto& run : tables_->Runs()) {
       try {
-        previous.push_back(tables_->ReadRun(run.id, blocks));
+        previous.push_back(tables_->ReadRun(run.id, frames));
+        UnpackAll(previous.back());
         if (previous.size() > 1) { previous.pop_front(); }
       } catch (const SnapshotError& error) { complaints.push_back(Named(run) + ": " + error.what()); }
     }
     for (const auto answer : tables_->AnswersOfNoRun()) {
       try {
-        tables_->ReadAnswer(answer, blocks);
+        UnpackAll(tables_->ReadAnswer(answer, frames));
       } catch (const SnapshotError& error) {
         complaints.push_back("answer " + std::to_string(answer) + ": " + error.what());
       }
@@ -146,7 +158,7 @@ std::shared_ptr<const StoredAnswer> SharedSnapshot::FindInRun(const AnswerKey& k
   } catch (const SnapshotError& error) { IsDamaged(Named(run) + ": " + error.what()); }
   const auto question = HashOf(key);
   const auto found = verified->byQuestion.find(question);
-  if (found != verified->byQuestion.end()) { return found->second; }
+  if (found != verified->byQuestion.end()) { return found->second->Unpack(Reader()); }
   if (auto answer = FindAnywhere(question, false)) { return answer; }
   if (run.state == RunState::Part) {
     throw cet::exception("BrioDatabase") << "snapshot " << path_ << " holds only a part of " << Named(run)
@@ -169,7 +181,7 @@ std::shared_ptr<const StoredAnswer> SharedSnapshot::FindAnywhere(const ContentHa
       try {
         const auto verified = Verified(unit);
         const auto found = verified->byQuestion.find(question);
-        if (found != verified->byQuestion.end()) { return found->second; }
+        if (found != verified->byQuestion.end()) { return found->second->Unpack(Reader()); }
       } catch (const SnapshotError& error) {
         if (!complaint) { complaint = error.what(); }
       }
@@ -190,8 +202,8 @@ std::shared_ptr<const VerifiedAnswers> SharedSnapshot::Verified(Unit unit) {
     known_.splice(known_.begin(), known_, known);
     return known_.front().answers;
   }
-  auto answers = std::make_shared<const VerifiedAnswers>(unit > 0 ? tables_->ReadRun(unit, blocks_)
-                                                                  : tables_->ReadAnswer(-unit, blocks_));
+  auto answers = std::make_shared<const VerifiedAnswers>(unit > 0 ? tables_->ReadRun(unit, frames_)
+                                                                  : tables_->ReadAnswer(-unit, frames_));
   Keep(unit, answers);
   return answers;
 }
@@ -204,8 +216,8 @@ void SharedSnapshot::Keep(Unit unit, const std::shared_ptr<const VerifiedAnswers
     bytes += known->answers->bytes;
     known = bytes > kKeptBytes && known != known_.begin() ? known_.erase(known) : std::next(known);
   }
-  for (auto block = blocks_.begin(); block != blocks_.end();) {
-    block = block->second.expired() ? blocks_.erase(block) : std::next(block);
+  for (auto frame = frames_.begin(); frame != frames_.end();) {
+    frame = frame->second.expired() ? frames_.erase(frame) : std::next(frame);
   }
 }
 

@@ -58,6 +58,8 @@ private:
   };
 
   bool BeginUse();
+  FrameReader Reader() const;
+  void UnpackAll(const VerifiedAnswers& answers) const;
   std::shared_ptr<const VerifiedAnswers> Verified(Unit unit);
   void Keep(Unit unit, const std::shared_ptr<const VerifiedAnswers>& answers);
   bool IsKnown(Unit unit) const;
@@ -73,7 +75,7 @@ private:
   std::mutex mutex_;  ///< of all that follows
   int users_ = 0;
   std::optional<SnapshotTables> tables_;
-  BlocksInUse blocks_;
+  FramesInUse frames_;
   std::list<Known> known_;  ///< the one used last first
 };
 

@@ -8,6 +8,7 @@
 
 #include "database/snapshot/AnswerKey.h"
 #include "database/snapshot/SavedRun.h"
+#include "framework/Export.h"
 
 namespace brio::dbi::snapshot {
 
@@ -31,7 +32,7 @@ struct SnapshotSummary {
 /// in memory, up to 16 MB for each of the two files used last, for whoever asks next. It may be used by
 /// several threads at a time, but not by a process that was forked off meanwhile. What it reads it never
 /// trusts: a file that is damaged, or made to do harm, gives an error and costs a bounded amount of memory.
-class SnapshotFile {
+class BRIO_EXPORT_PRIVATE SnapshotFile {
 public:
   /// Opens a file, or gives the one that this process has open: the same path with the same file behind it.
   /// \throws cet::exception "BrioDatabase" naming the file and why it cannot be read: there is none, it is no

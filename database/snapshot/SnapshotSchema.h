@@ -37,8 +37,8 @@ inline constexpr std::array<std::string_view, 13> kSchema{
     "NULL)",
     "CREATE UNIQUE INDEX answer_hash ON answer (hash)",
     "CREATE INDEX question_answer ON answer (question)",
-    "CREATE TABLE block (id INTEGER PRIMARY KEY, hash BLOB NOT NULL, size INTEGER NOT NULL, data BLOB NOT "
-    "NULL)",
+    "CREATE TABLE block (id INTEGER PRIMARY KEY, hash BLOB NOT NULL, size INTEGER NOT NULL, frame BLOB NOT "
+    "NULL, data BLOB NOT NULL)",
     "CREATE UNIQUE INDEX block_hash ON block (hash)"};
 
 }  // namespace brio::dbi::snapshot

@@ -2,11 +2,13 @@
 
 #include <chrono>
 #include <exception>
+#include <filesystem>
 #include <utility>
 
 #include "database/LoadScopeSessions.h"
 #include "database/ResultStatus.h"
 #include "database/RowDigest.h"
+#include "database/StatementObserver.h"
 #include "database/snapshot/StoredAnswer.h"
 #include "database/snapshot/StoredResult.h"
 #include "framework/MessageLogger.h"
@@ -20,6 +22,8 @@ SnapshotSession::SnapshotSession(std::shared_ptr<SnapshotFile> file, std::string
 SessionSource SnapshotSession::Source() const {
   return file_ ? SessionSource{"snapshot", file_->Path()} : SessionSource();
 }
+
+std::string SnapshotSession::FileName() const { return std::filesystem::path(file_->Path()).filename(); }
 
 void SnapshotSession::Close() noexcept {
   if (isGivingRows_) {  // the statement that does so ends first
@@ -74,29 +78,40 @@ std::shared_ptr<const StoredAnswer> SnapshotSession::FindRows(const Statement& s
 
 ResultHandle SnapshotSession::Execute(const Statement& statement) {
   if (!CanAsk(statement)) { return nullptr; }
+  const StatementWatch watch(FileName());
   const auto answer = FindRows(statement);
+  watch.End(statement, !answer, {answer ? answer->Rows() : 0, {}});
   return answer ? ResultWithRows(*answer) : FatalResult();
 }
 
 Answer SnapshotSession::Ask(const Statement& statement) {
   if (!CanAsk(statement)) { return {}; }
+  const StatementWatch watch(FileName());
   const auto answer = FindRows(statement);
+  watch.End(statement, !answer, {answer ? answer->Rows() : 0, {}});
   if (!answer || answer->Form() == AnswerForm::Command) { return {true, std::nullopt}; }
   return {true, Rows(answer->Cells(), static_cast<int>(answer->Columns().size()), answer)};
 }
 
 ResultHandle SnapshotSession::ExecuteByRow(const Statement& statement, const RowConsumer& take) {
   if (!CanAsk(statement)) { return nullptr; }
+  const StatementWatch watch(FileName());
   const auto answer = FindRows(statement);
-  return answer ? GiveRows(*answer, take) : FatalResult();
+  auto result = answer ? GiveRows(*answer, take) : FatalResult();
+  watch.End(statement, !IsGood(result.get()), given_);
+  return result;
 }
 
 ResultHandle SnapshotSession::ExecuteByRow(const Statement& statement, RowDigest& digest) {
   if (!CanAsk(statement)) { return nullptr; }
+  const StatementWatch watch(FileName());
   const auto answer = Find(statement);
-  if (!answer) { return FatalResult(); }
-  if (answer->Form() == AnswerForm::Digest) { return GiveDigest(*answer, digest); }
-  return GiveRows(*answer, [&digest](const RowView& row) { digest.Take(row); });
+  auto result = !answer ? FatalResult()
+                : answer->Form() == AnswerForm::Digest
+                    ? GiveDigest(*answer, digest)
+                    : GiveRows(*answer, [&digest](const RowView& row) { digest.Take(row); });
+  watch.End(statement, !IsGood(result.get()), given_);
+  return result;
 }
 
 ResultHandle SnapshotSession::GiveRows(const StoredAnswer& answer, const RowConsumer& take) {

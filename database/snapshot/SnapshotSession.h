@@ -29,6 +29,7 @@ public:
   void Close() noexcept override;
 
 private:
+  std::string FileName() const;
   bool CanAsk(const Statement& statement);
   std::shared_ptr<const StoredAnswer> Find(const Statement& statement);
   std::shared_ptr<const StoredAnswer> FindRows(const Statement& statement);

@@ -71,6 +71,25 @@ constexpr const char* kRunColumns = "SELECT id, detector, run, state, taken, lib
 constexpr const char* kAnswerColumns =
     "SELECT a.id, a.question, a.form, a.rows, a.columns, a.digest, a.blocks, a.hash, q.detector, q.database, "
     "q.statement, q.parameters, q.binary FROM ";
+constexpr const char* kFrameOfBlock = "SELECT size, frame, data FROM block WHERE hash = ?";
+
+/// Such frames are kept rather than read twice.
+constexpr std::size_t kSmallFrame = 16384;
+
+/// Valid until the query is used again.
+std::string_view CheckedFrame(SQLiteQuery& block, const ContentHash& hash) {
+  block.Reset().BindBytes(BytesOf(hash));
+  if (!block.Step()) { throw SnapshotError("a block is not there"); }
+  const auto size = block.Number(0);
+  if (size < 0) { throw SnapshotError("a block has a negative size"); }
+  const ContentHash expected = HashIn(block.Bytes(1));
+  const auto frame = block.Bytes(2);
+  if (HashOf(frame) != expected) { throw SnapshotError("a block has another hash than it should have"); }
+  if (!IsFrameOf(frame, static_cast<std::size_t>(size))) {
+    throw SnapshotError("a block has another size than it should have");
+  }
+  return frame;
+}
 
 }  // namespace
 
@@ -204,7 +223,7 @@ std::vector<RunContents> SnapshotTables::Contents() const {
   return contents;
 }
 
-VerifiedAnswers SnapshotTables::ReadRun(std::int64_t run, BlocksInUse& blocks) const {
+VerifiedAnswers SnapshotTables::ReadRun(std::int64_t run, FramesInUse& frames) const {
   SQLiteQuery query(file_, std::string(kRunColumns) + "WHERE id = ?");
   query.Bind(run);
   if (!query.Step()) { throw SnapshotError("a run is not there"); }
@@ -216,26 +235,28 @@ VerifiedAnswers SnapshotTables::ReadRun(std::int64_t run, BlocksInUse& blocks) c
   answers.Bind(run);
   VerifiedAnswers verified;
   std::vector<ContentHash> hashes;
-  ReadAnswers(answers, blocks, verified, hashes);
+  ReadAnswers(answers, frames, verified, hashes);
   if (HashOf(row, hashes) != expected) {
     throw SnapshotError("what belongs to it has another hash than it should have");
   }
   return verified;
 }
 
-VerifiedAnswers SnapshotTables::ReadAnswer(std::int64_t answer, BlocksInUse& blocks) const {
+VerifiedAnswers SnapshotTables::ReadAnswer(std::int64_t answer, FramesInUse& frames) const {
   SQLiteQuery query(
       file_, std::string(kAnswerColumns) + "answer a JOIN question q ON q.id = a.question WHERE a.id = ?");
   query.Bind(answer);
   VerifiedAnswers verified;
   std::vector<ContentHash> hashes;
-  ReadAnswers(query, blocks, verified, hashes);
+  ReadAnswers(query, frames, verified, hashes);
   if (hashes.empty()) { throw SnapshotError("an answer is not there"); }
   return verified;
 }
 
-void SnapshotTables::ReadAnswers(SQLiteQuery& query, BlocksInUse& blocks, VerifiedAnswers& verified,
+void SnapshotTables::ReadAnswers(SQLiteQuery& query, FramesInUse& frames, VerifiedAnswers& verified,
                                  std::vector<ContentHash>& hashes) const {
+  std::size_t size = 0;
+  SQLiteQuery blocks(file_, kFrameOfBlock);
   while (query.Step()) {
     AnswerRecord record{query.Number(0), query.Number(1), query.Number(2), query.Number(3),
                         query.Text(4),   query.Text(5),   query.Text(6)};
@@ -245,30 +266,35 @@ void SnapshotTables::ReadAnswers(SQLiteQuery& query, BlocksInUse& blocks, Verifi
     if (HashOf(record, question) != hash) {
       throw SnapshotError("an answer has another hash than it should have");
     }
-    std::vector<Block> used;
+    std::vector<std::shared_ptr<const Frame>> used;
     for (const auto& block : HashesIn(record.blocks)) {
-      used.push_back(ReadBlock(block, blocks));
-      verified.bytes += used.back()->size();
-      if (verified.bytes > kLargestRun) { throw SnapshotError("it is too large"); }
+      used.push_back(ReadFrame(blocks, block, frames));
+      size += used.back()->size;
+      if (size > kLargestRun) { throw SnapshotError("it is too large"); }
+      verified.bytes += used.back()->data.size();
     }
-    verified.byQuestion[question] = std::make_shared<const StoredAnswer>(record, std::move(used));
+    verified.byQuestion[question] = std::make_shared<const PackedAnswer>(std::move(record), std::move(used));
     hashes.push_back(hash);
   }
 }
 
-Block SnapshotTables::ReadBlock(const ContentHash& hash, BlocksInUse& blocks) const {
-  auto& known = blocks[hash];
-  if (auto block = known.lock()) { return block; }
-  SQLiteQuery query(file_, "SELECT size, data FROM block WHERE hash = ?");
-  query.BindBytes(BytesOf(hash));
-  if (!query.Step()) { throw SnapshotError("a block is not there"); }
-  const auto size = query.Number(0);
-  if (size < 0) { throw SnapshotError("a block has a negative size"); }
-  auto block =
-      std::make_shared<const std::string>(Decompress(query.Bytes(1), static_cast<std::size_t>(size)));
-  if (HashOf(*block) != hash) { throw SnapshotError("a block has another hash than it should have"); }
-  known = block;
-  return block;
+/// \param block  asks for a block's size, its frame's hash, and its frame, by its own hash
+std::shared_ptr<const Frame> SnapshotTables::ReadFrame(SQLiteQuery& block, const ContentHash& hash,
+                                                       FramesInUse& frames) const {
+  auto& known = frames[hash];
+  if (auto frame = known.lock()) { return frame; }
+  const std::string_view data = CheckedFrame(block, hash);
+  auto frame = std::make_shared<Frame>();
+  frame->hash = hash;
+  frame->size = static_cast<std::size_t>(block.Number(0));
+  if (data.size() <= kSmallFrame) { frame->data = data; }
+  known = frame;
+  return frame;
+}
+
+std::string SnapshotTables::ReadFrame(const ContentHash& hash) const {
+  SQLiteQuery block(file_, kFrameOfBlock);
+  return std::string(CheckedFrame(block, hash));
 }
 
 std::string SnapshotTables::IntegrityComplaint() const {

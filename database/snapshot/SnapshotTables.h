@@ -7,9 +7,10 @@
 #include <vector>
 
 #include "database/snapshot/AnswerKey.h"
+#include "database/snapshot/PackedAnswer.h"
 #include "database/snapshot/SQLite.h"
 #include "database/snapshot/SavedRun.h"
-#include "database/snapshot/StoredAnswer.h"
+#include "framework/Export.h"
 
 namespace brio::dbi::snapshot {
 
@@ -21,18 +22,18 @@ struct RunRow : SavedRun {
   std::int64_t id = 0;
 };
 
-/// The blocks that somebody uses, so that none is decompressed twice.
-using BlocksInUse = std::map<ContentHash, std::weak_ptr<const std::string>>;
+/// The blocks that somebody uses, so that none is read twice.
+using FramesInUse = std::map<ContentHash, std::weak_ptr<const Frame>>;
 
 /// A run, or one answer that belongs to none, of which everything was read and found whole.
 struct VerifiedAnswers {
   /// By the hash of the question, which was read with the answer: an index may lead to another's.
-  std::map<ContentHash, std::shared_ptr<const StoredAnswer>> byQuestion;
-  std::size_t bytes = 0;  ///< of all blocks
+  std::map<ContentHash, std::shared_ptr<const PackedAnswer>> byQuestion;
+  std::size_t bytes = 0;  ///< of all frames
 };
 
 /// The tables of an open snapshot. \throws SnapshotError from all, when the file is damaged
-class SnapshotTables {
+class BRIO_EXPORT_PRIVATE SnapshotTables {
 public:
   /// \throws cet::exception "BrioDatabase" with the file's name when it is no snapshot, or of another version
   explicit SnapshotTables(const std::string& path);
@@ -51,9 +52,11 @@ public:
   std::vector<RunContents> Contents() const;
 
   /// Reads all of a run, and checks it.
-  VerifiedAnswers ReadRun(std::int64_t run, BlocksInUse& blocks) const;
+  VerifiedAnswers ReadRun(std::int64_t run, FramesInUse& frames) const;
   /// The same of one answer.
-  VerifiedAnswers ReadAnswer(std::int64_t answer, BlocksInUse& blocks) const;
+  VerifiedAnswers ReadAnswer(std::int64_t answer, FramesInUse& frames) const;
+  /// What a block's frame holds, checked again.
+  std::string ReadFrame(const ContentHash& hash) const;
   /// What SQLite itself finds wrong with the file; empty for nothing.
   std::string IntegrityComplaint() const;
 
@@ -61,9 +64,10 @@ public:
 
 private:
   RunRow RunAt(SQLiteQuery& query) const;
-  void ReadAnswers(SQLiteQuery& query, BlocksInUse& blocks, VerifiedAnswers& verified,
+  void ReadAnswers(SQLiteQuery& query, FramesInUse& frames, VerifiedAnswers& verified,
                    std::vector<ContentHash>& hashes) const;
-  Block ReadBlock(const ContentHash& hash, BlocksInUse& blocks) const;
+  std::shared_ptr<const Frame> ReadFrame(SQLiteQuery& block, const ContentHash& hash,
+                                         FramesInUse& frames) const;
 
   SQLiteFile file_;
 };

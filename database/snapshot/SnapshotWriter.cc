@@ -117,8 +117,10 @@ std::int64_t SnapshotWriter::Impl::Question(const AnswerKey& key, const ContentH
 void SnapshotWriter::Impl::AddBlock(std::string_view raw, const ContentHash& hash) {
   if (IdOf("SELECT id FROM block WHERE hash = ?", hash)) { return; }
   const auto frame = Compress(raw);
-  SQLiteQuery insert(*file_, "INSERT INTO block (hash, size, data) VALUES (?, ?, ?)");
-  insert.BindBytes(BytesOf(hash)).Bind(static_cast<std::int64_t>(raw.size())).BindBytes(frame).Step();
+  SQLiteQuery insert(*file_, "INSERT INTO block (hash, size, frame, data) VALUES (?, ?, ?, ?)");
+  const auto hashOfFrame = HashOf(frame);
+  insert.BindBytes(BytesOf(hash)).Bind(static_cast<std::int64_t>(raw.size()));
+  insert.BindBytes(BytesOf(hashOfFrame)).BindBytes(frame).Step();
 }
 
 SnapshotWriter::Answer SnapshotWriter::Impl::Add(const AnswerKey& key, AnswerRecord record,

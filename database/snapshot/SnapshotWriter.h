@@ -10,6 +10,7 @@
 #include "database/snapshot/RecordedRows.h"
 #include "database/snapshot/ResultColumn.h"
 #include "database/snapshot/SavedRun.h"
+#include "framework/Export.h"
 
 namespace brio::dbi::snapshot {
 
@@ -18,7 +19,7 @@ namespace brio::dbi::snapshot {
 ///
 /// \throws cet::exception "BrioDatabase", naming the file and the reason, from every member function: no such
 ///         folder, no space, a value that cannot be stored. The file that was there stays as it was.
-class SnapshotWriter {
+class BRIO_EXPORT_PRIVATE SnapshotWriter {
 public:
   /// The number of an answer in this file.
   using Answer = std::int64_t;

@@ -11,6 +11,7 @@
 #include "database/snapshot/ResultColumn.h"
 #include "database/snapshot/SnapshotSchema.h"
 #include "database/snapshot/StoredColumn.h"
+#include "framework/Export.h"
 
 namespace brio::dbi::snapshot {
 
@@ -29,10 +30,10 @@ struct AnswerRecord {
 };
 
 /// What stands in the table's column of hashes.
-ContentHash HashOf(const AnswerRecord& record, const ContentHash& question);
+BRIO_EXPORT_PRIVATE ContentHash HashOf(const AnswerRecord& record, const ContentHash& question);
 
 /// An answer that was found whole. Its rows are read where they lie in their blocks; nothing of it changes.
-class StoredAnswer {
+class BRIO_EXPORT StoredAnswer {
 public:
   /// \throws SnapshotError when the blocks do not hold what the record says
   StoredAnswer(const AnswerRecord& record, std::vector<Block> blocks);

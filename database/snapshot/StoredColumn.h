@@ -7,6 +7,7 @@
 
 #include "database/LittleEndian.h"
 #include "database/RowView.h"
+#include "framework/Export.h"
 
 namespace brio::dbi::snapshot {
 
@@ -27,7 +28,7 @@ inline std::size_t CodeWidth(std::uint64_t distinct) {
 
 /// One column of an answer, as it lies in a block. All of it was checked when it was made, so that reading it
 /// needs no check. The bytes must live on.
-class StoredColumn {
+class BRIO_EXPORT_PRIVATE StoredColumn {
 public:
   /// Takes a column of so many rows from the front of some bytes. \throws SnapshotError when they are not
   /// that.

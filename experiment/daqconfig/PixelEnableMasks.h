@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "framework/Export.h"
+
 namespace dbutils::daqconfig {
 
 /// Which FEBs of a set of DCMs, and which of their 32 pixels, a DAQ configuration enables.
@@ -12,7 +14,7 @@ namespace dbutils::daqconfig {
 /// read at construction, in one statement, and answered from memory. An object is used by one thread at a
 /// time. Questions about a DCM that was not found, or a port outside 0 to 63, answer "not enabled" and leave
 /// their output argument as it was.
-class PixelEnableMasks {
+class BRIO_EXPORT PixelEnableMasks {
 public:
   /// \param configId  the DAQ configuration's id
   /// \param dcmNames  application names of the DCMs wanted; for an empty list nothing is asked

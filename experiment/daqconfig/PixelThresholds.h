@@ -4,11 +4,13 @@
 #include <string>
 #include <vector>
 
+#include "framework/Export.h"
+
 namespace dbutils::daqconfig {
 
 /// The readout threshold, in ADC counts, of each pixel of a set of DCMs in a DAQ configuration. Where the
 /// data comes from, what is valid and what a failure does is as for PixelEnableMasks.
-class PixelThresholds {
+class BRIO_EXPORT PixelThresholds {
 public:
   PixelThresholds(const long long& configId, std::vector<std::string> dcmNames);
   virtual ~PixelThresholds();

@@ -4,12 +4,14 @@
 #include <string>
 #include <vector>
 
+#include "framework/Export.h"
+
 namespace dbutils::dcs {
 
 /// Slow-control settings of the APDs of a set of DCMs in a DAQ configuration. Where the data comes from and
 /// what a failure does is as for dbutils::daqconfig::PixelEnableMasks. A question about a value that the
 /// database does not hold gives false and leaves its output argument as it was.
-class APDSettings {
+class BRIO_EXPORT APDSettings {
 public:
   APDSettings(const long long& configId, const std::vector<std::string>& dcmNames);
   virtual ~APDSettings();

@@ -2,7 +2,7 @@
 -- A NULL is a value that was never recorded.
 CREATE SCHEMA IF NOT EXISTS slowcontrol;
 
-CREATE TABLE slowcontrol.apd_settings (
+CREATE TABLE IF NOT EXISTS slowcontrol.apd_settings (
   config_id           bigint   NOT NULL,
   dcm_name            text     NOT NULL,
   port                smallint NOT NULL CHECK (port BETWEEN 0 AND 63),

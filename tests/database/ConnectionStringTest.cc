@@ -1,6 +1,8 @@
 #include "database/ConnectionString.h"
 
+#include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -42,6 +44,37 @@ TEST(ConnectionString, WithoutTheVariableAServiceOfTheDetectorIsMeant) {
   EXPECT_EQ(ExpandConnectionString("Birch", DatabaseKind::Runs), "service=brio-birch");
   const EnvironmentVariable empty("BRIO_DATABASE", "");
   EXPECT_EQ(ExpandConnectionString("Birch", DatabaseKind::Hardware), "service=brio-birch");
+}
+
+TEST(ConnectionString, AScopeOfTheThreadStandsInPlaceOfTheVariable) {
+  const EnvironmentVariable database("BRIO_DATABASE", "service=variable");
+  const auto runs = [] { return ExpandConnectionString("Birch", DatabaseKind::Runs); };
+  {
+    const ScopedDatabase outer("dbname=outer_{detector}");
+    EXPECT_EQ(runs(), "dbname=outer_birch");
+    {
+      const ScopedDatabase inner("dbname=inner_{database}");
+      EXPECT_EQ(runs(), "dbname=inner_runs");
+      std::optional<std::string> elsewhere;
+      std::thread([&] { elsewhere = runs(); }).join();
+      EXPECT_EQ(elsewhere, "service=variable");
+    }
+    EXPECT_EQ(runs(), "dbname=outer_birch");
+  }
+  EXPECT_EQ(runs(), "service=variable");
+}
+
+TEST(ConnectionString, IsSetByTheVariableOrAScope) {
+  const EnvironmentVariable unset("BRIO_DATABASE", nullptr);
+  EXPECT_FALSE(IsDatabaseSet());
+  {
+    const EnvironmentVariable empty("BRIO_DATABASE", "");
+    EXPECT_FALSE(IsDatabaseSet());
+    const ScopedDatabase scope("service=some");
+    EXPECT_TRUE(IsDatabaseSet());
+  }
+  const EnvironmentVariable set("BRIO_DATABASE", "service=some");
+  EXPECT_TRUE(IsDatabaseSet());
 }
 
 class BadDetectorName : public testing::TestWithParam<const char*> {};

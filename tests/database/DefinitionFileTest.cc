@@ -78,7 +78,7 @@ TEST_F(DefinitionFile, TheInstalledFolderStandsBetweenAndNoFolderOfTheSources) {
   const auto folders = SearchFolders();
   ASSERT_EQ(folders.size(), 4U);
   EXPECT_THAT(folders[2], StartsWith("/"));
-  EXPECT_THAT(folders[2], EndsWith("/share/brio"));
+  EXPECT_THAT(folders[2], EndsWith("/" BRIO_DATA_DIR));
 }
 
 TEST_F(DefinitionFile, ThatIsMissingIsReportedWithTheFoldersTried) {

@@ -1,17 +1,17 @@
 #!/usr/bin/env python3
-"""Checks that every C++ block of the documentation is a copy of a file that is built.
+"""Checks that every block of C++ or CMake in the documentation is a copy of a file that is built.
 
     check_code_blocks.py REPOSITORY
 
-Above each ```cpp block stands the comment <!-- file: PATH -->, and the block equals that file; every file in
-docs/examples is shown somewhere.
+Above each ```cpp or ```cmake block stands the comment <!-- file: PATH -->, and the block equals that file; every file
+in docs/examples is shown somewhere.
 """
 
 import pathlib
 import re
 import sys
 
-BLOCK = re.compile(r"(?:<!-- file: (?P<file>\S+) -->\s*\n)?```cpp\n(?P<code>.*?)```", re.DOTALL)
+BLOCK = re.compile(r"(?:<!-- file: (?P<file>\S+) -->\s*\n)?```(?:cpp|cmake)\n(?P<code>.*?)```", re.DOTALL)
 
 
 def problems(repository: pathlib.Path):
@@ -30,7 +30,7 @@ def problems(repository: pathlib.Path):
                 yield f"{where}: there is no {block['file']}"
             elif source.read_text() != block["code"]:
                 yield f"{where}: differs from {block['file']}"
-    for example in sorted((repository / "docs/examples").glob("*.cc")):
+    for example in sorted(path for path in (repository / "docs/examples").rglob("*") if path.is_file()):
         name = str(example.relative_to(repository))
         if name not in shown:
             yield f"{name}: no page shows it"

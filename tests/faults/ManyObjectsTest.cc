@@ -19,6 +19,7 @@
 #include "RunHistory/RunHistory.h"
 #include "experiment/DAQChannelMap.h"
 #include "tests/support/Output.h"
+#include "tests/support/Quick.h"
 #include "tests/support/Server.h"
 
 namespace brio::test {
@@ -140,7 +141,7 @@ private:
 };
 
 TEST_F(ManyObjects, AnswerLikeFreshOnesAndTakeNoMore) {
-  constexpr std::size_t kObjects = 1000;
+  const std::size_t objectsCount = IsQuick() ? 300 : 1000;
   constexpr std::size_t kLoadedAtOnce = 40;
   constexpr long kQuestionsOfOne = 4;
   const auto seed = std::random_device{}();
@@ -149,7 +150,7 @@ TEST_F(ManyObjects, AnswerLikeFreshOnesAndTakeNoMore) {
   ASSERT_EQ(runs.size(), 50U);
   std::vector<std::unique_ptr<RunHistory>> objects;
   std::vector<std::size_t> untouched;
-  for (std::size_t i = 0; i < kObjects; ++i) {
+  for (std::size_t i = 0; i < objectsCount; ++i) {
     objects.push_back(std::make_unique<RunHistory>(Made(runs[i % runs.size()])));
     untouched.push_back(i);
   }
@@ -171,7 +172,7 @@ TEST_F(ManyObjects, AnswerLikeFreshOnesAndTakeNoMore) {
       // A question in four goes to an object that was not asked yet (later: to any), the others to objects
       // that hold something already. Most are of kinds that load little.
       const bool first = loaded.empty() || random() % kQuestionsOfOne == 0;
-      if (first) { loaded.push_back(untouched.empty() ? random() % kObjects : untouched.back()); }
+      if (first) { loaded.push_back(untouched.empty() ? random() % objectsCount : untouched.back()); }
       if (first && !untouched.empty()) { untouched.pop_back(); }
       const std::size_t index = first ? loaded.back() : loaded[random() % loaded.size()];
       const bool light = random() % (first ? 10 : 3) != 0;
@@ -205,7 +206,7 @@ TEST_F(ManyObjects, AnswerLikeFreshOnesAndTakeNoMore) {
   EXPECT_GT(asked, 1000);
   EXPECT_LE(OpenDescriptors(), descriptors);
   EXPECT_LT(ResidentMegabytes(), 1.3 * megabytesEarly + 50) << megabytesEarly << " MB after 1000 questions";
-  std::cout << asked << " questions of " << kObjects << " objects; resident " << megabytesEarly
+  std::cout << asked << " questions of " << objectsCount << " objects; resident " << megabytesEarly
             << " MB after 1000 questions, " << ResidentMegabytes() << " MB at the end\n";
 }
 

@@ -5,7 +5,7 @@ set -euo pipefail
 
 source_tree=$(cd "$1" && pwd)
 check="$source_tree/scripts/check-arrows"
-folders=(tools arrays snapshot RunHistory experiment database framework)
+folders=(tools python arrays snapshot RunHistory experiment database framework)
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 failures=0
@@ -58,6 +58,9 @@ if [[ -n $messages ]]; then fail "the source tree is not passed in silence: $mes
 plant RunHistory/New.cc '#include "tools/Verbs.h"'
 plant RunHistory/New.cc '#include "arrays/Boards.h"'
 plant arrays/New.cc '#include "tools/Verbs.h"'
+plant arrays/New.cc '#include "python/module/Turn.h"'
+plant tools/New.cc '#include "python/module/Turn.h"'
+plant python/New.cc '#include "tools/Verbs.h"'
 plant RunHistory/New.cc '#include "snapshot/Saver.h"'
 plant arrays/New.cc '#include "snapshot/Saver.h"'
 plant snapshot/New.cc '#include "arrays/Boards.h"'
@@ -82,6 +85,8 @@ plant experiment/embedded/New.cmake 'target_link_libraries(brio_experiment PRIVA
 allow tools/New.cc '#include "RunHistory/RunHistory.h"'
 allow tools/New.cc '#include "arrays/Boards.h"'
 allow tools/New.cc '#include "snapshot/Saver.h"'
+allow python/New.cc '#include "arrays/Boards.h"'
+allow python/New.cc '#include "snapshot/Saver.h"'
 allow snapshot/New.cc '#include "database/snapshot/SnapshotFile.h"'
 allow arrays/New.cc '#include "experiment/DAQChannelMap.h"'
 allow RunHistory/New.cc '#include "framework/exception.h"'
@@ -100,7 +105,7 @@ mkdir "$scratch/elsewhere"
 expect 2 "$scratch/elsewhere" "a folder that is no source tree"
 expect 2 --no-such-option "an unknown option"
 expect 0 --help "--help"
-if [[ $messages != *"tools -> arrays, snapshot -> RunHistory -> experiment -> database -> framework"* ]]; then
+if [[ $messages != *"tools, python -> arrays, snapshot -> RunHistory -> experiment -> database -> framework"* ]]; then
   fail "--help does not show the chain: $messages"
 fi
 

@@ -67,7 +67,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Arguments{"channel", "66,17", "--detector", "Birch", "--run", "13000-"},
                     Arguments{"map", "--detector", "Birch", "--run", "13000"},
                     Arguments{"map", "colour", "--detector", "Birch", "--run", "13000"},
-                    Arguments{"map", "gain", "--detector", "Birch", "--run", "13000", "--format", "png"},
+                    Arguments{"map", "gain", "--detector", "Birch", "--run", "13000", "--format", "gif"},
                     Arguments{"map", "gain", "--detector", "Birch", "--run", "13000-13001"},
                     Arguments{"diff", "13000", "--detector", "Birch"}, Arguments{"diff", "13000", "13001"},
                     Arguments{"diff", "13000", "x", "--detector", "Birch"}, Arguments{"check"},

@@ -150,11 +150,13 @@ TEST(OutputOfAMap, HasTheFormOfItsEnding) {
   standard.insert(standard.end(), {"-o", "-"});
   EXPECT_EQ(OnSmall("Birch", standard).output, OnSmall("Birch", map).output);
   Arguments unknown = map;
-  unknown.insert(unknown.end(), {"-o", "map.png"});
+  unknown.insert(unknown.end(), {"-o", "map.gif"});
   const auto refused = OnSmall("Birch", unknown);
   EXPECT_EQ(refused.status, 2);
-  EXPECT_EQ(refused.error,
-            "runhistory: \"map.png\" ends in none of .txt, .svg, .csv and .json; --format names the form\n");
+  EXPECT_EQ(
+      refused.error,
+      "runhistory: \"map.gif\" ends in none of .txt, .svg, .png, .pdf, .csv and .json; --format names the "
+      "form\n");
 }
 
 }  // namespace

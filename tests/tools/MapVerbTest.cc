@@ -262,7 +262,7 @@ TEST(MapVerb, PicturesEveryBoardWithAxesAndLegend) {
 TEST(MapVerb, TellsABoardsValueWhereThePictureIsPointedAt) {
   const auto result = OnSmall("Birch", {"map", "installed", "--run", "13000", "--format", "svg"});
   const auto document = ParsedSvg(result.output);
-  EXPECT_TRUE(document.select_node("//g[@stroke]/path/title[.='1/1/0: installed']"));
+  EXPECT_TRUE(document.select_node("//g[@class='yes']/path/title[.='1/1/0 to 1/1/1: installed']"));
   EXPECT_TRUE(
       document.select_node("//g[@class='not-installed']/path/title[.='1/1/2 to 1/1/14: not installed']"));
 }

@@ -187,5 +187,21 @@ TEST(RangeOfRuns, WithoutAnEndGoesToTheLastRunOfTheTable) {
   EXPECT_THAT(dead.error, HasSubstr("runhistory: the runs of Birch cannot be listed: connection"));
 }
 
+TEST(ShowVerb, HasNoDurationFromAStartThatCannotBeRead) {
+  const ScratchDatabases databases("small", {"birch"});
+  const auto show = [&](const Arguments& more = {}) {
+    Arguments arguments{"show", "--run", "13000"};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    return RunHistoryCommand(OnDatabases(databases.Template(), "Birch", arguments)).output;
+  };
+  databases.Execute("UPDATE daq.runs SET tstop = tstart - interval '1 s' WHERE run = 13000");
+  EXPECT_THAT(show(), HasSubstr("\n  duration        not known: the stop is before the start\n"));
+  databases.Execute("ALTER TABLE daq.runs ALTER tstart TYPE timestamptz USING tstart AT TIME ZONE 'UTC'");
+  EXPECT_THAT(show(), HasSubstr("\n  duration        not known: the start cannot be read as a time\n"));
+  const auto json = nlohmann::json::parse(show({"--json"}));
+  EXPECT_TRUE(json["duration"].is_null());
+  EXPECT_EQ(json["not_known"]["duration"], "the start cannot be read as a time");
+}
+
 }  // namespace
 }  // namespace brio::test

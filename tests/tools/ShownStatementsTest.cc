@@ -67,6 +67,27 @@ TEST(Explain, TellsOfTheStatementsOfARunThatIsMissing) {
   EXPECT_THAT(result.output, ContainsRegex("\n +0 +[0-9.]+ +1 statement\n$"));
 }
 
+TEST(Explain, OfASnapshotTellsOfTheSameStatements) {
+  const auto ofServer = JsonOnSmall("Birch", {"show", "--run", "13000", "--explain"})["statements"];
+  const auto result = RunHistoryCommand({"show", "--detector", "Birch", "--run", "13000", "--explain",
+                                         "--json", "--database", "snapshot:" BRIO_SAMPLE_SNAPSHOT});
+  ASSERT_EQ(result.status, 0) << result.error;
+  const auto ofFile = nlohmann::json::parse(result.output)["statements"];
+  ASSERT_EQ(ofFile.size(), ofServer.size());
+  for (std::size_t i = 0; i < ofFile.size(); ++i) {
+    // A file holds the list of runs in its fullest form alone.
+    const bool isList = ofServer[i]["statement"].get<std::string>().rfind("WITH listed AS", 0) == 0;
+    if (!isList) {
+      EXPECT_EQ(ofFile[i]["statement"], ofServer[i]["statement"]);
+      EXPECT_EQ(ofFile[i]["parameters"], ofServer[i]["parameters"]);
+    }
+    EXPECT_EQ(ofFile[i]["rows"], ofServer[i]["rows"]) << ofFile[i]["statement"];
+    EXPECT_EQ(ofFile[i]["database"], "sample.brio");
+    EXPECT_EQ(ofFile[i]["failed"], false);
+    EXPECT_GT(ofFile[i]["milliseconds"].get<double>(), 0);
+  }
+}
+
 TEST(Verbose, TellsOfEveryStatementOnce) {
   const auto explained = JsonOnSmall("Birch", {"show", "--run", "13000", "--explain"});
   const auto result = OnSmall("Birch", {"show", "--run", "13000", "-v"});

@@ -48,12 +48,13 @@ for quantity in $("$command" map --help | sed -n 's/.*QUANTITY:{\([^}]*\)}.*/\1/
   completes map "$quantity" | grep -qxF "$quantity" || fail "bash does not complete map $quantity"
 done
 [[ $(completes map ga) == gain ]] || fail "bash does not complete a quantity"
+[[ $(completes schema --only s) == slowcontrol ]] || fail "bash does not complete a database"
 [[ $(completes show --color al) == always ]] || fail "bash does not complete when to use colours"
 [[ $(completes snapshot v) == verify ]] || fail "bash does not complete an action"
-for view in $("$command" map --help | sed -n 's/.*--view TEXT:{\([^}]*\)}.*/\1/p' | tr , ' '); do
+for view in $("$command" map --help | sed -n 's/.*--view VIEW:{\([^}]*\)}.*/\1/p' | tr , ' '); do
   completes map --view "$view" | grep -qxF "$view" || fail "bash does not complete map --view $view"
 done
-for palette in $("$command" map --help | sed -n 's/.*--palette TEXT:{\([^}]*\)}.*/\1/p' | tr , ' '); do
+for palette in $("$command" map --help | sed -n 's/.*--palette PALETTE:{\([^}]*\)}.*/\1/p' | tr , ' '); do
   completes map --palette "$palette" | grep -qxF "$palette" || fail "bash does not complete map --palette $palette"
 done
 [[ $(completes map --view g) == geometry ]] || fail "bash does not complete a view"

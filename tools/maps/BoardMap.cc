@@ -54,13 +54,15 @@ std::optional<double> Compared(const BoardMap& map, const MapValue& value) {
 
 const std::vector<QuantityInfo>& Quantities() {
   static const std::vector<QuantityInfo> kQuantities{
-      {Quantity::Installed, "installed", "installed boards", "", Depth::Hardware},
-      {Quantity::Enabled, "enabled", "enabled boards", "", Depth::Configuration},
-      {Quantity::Threshold, "threshold", "mean threshold of a board's enabled pixels", "ADC counts",
-       Depth::Configuration},
-      {Quantity::Gain, "gain", "mean gain of a board's pixels, nominally 100", "", Depth::Settings},
-      {Quantity::Voltage, "voltage", "APD bias voltage", "V", Depth::Settings},
-      {Quantity::Temperature, "temperature", "APD temperature", "°C", Depth::Settings}};
+      {Quantity::Installed, "installed", "installed boards", "channels of installed boards", "",
+       Depth::Hardware},
+      {Quantity::Enabled, "enabled", "enabled boards", "enabled channels", "", Depth::Configuration},
+      {Quantity::Threshold, "threshold", "mean threshold of a board's enabled pixels",
+       "threshold of each channel", "ADC counts", Depth::Configuration},
+      {Quantity::Gain, "gain", "mean gain of a board's pixels, nominally 100",
+       "gain of each channel, nominally 100", "", Depth::Settings},
+      {Quantity::Voltage, "voltage", "APD bias voltage", "APD bias voltage", "V", Depth::Settings},
+      {Quantity::Temperature, "temperature", "APD temperature", "APD temperature", "°C", Depth::Settings}};
   return kQuantities;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -17,6 +18,7 @@ struct QuantityInfo {
   Quantity quantity;
   const char* name;
   const char* title;
+  const char* channelTitle;  ///< of a map of channels
   /// Empty for yes or no, and for a gain.
   const char* unit;
   Depth depth;
@@ -43,16 +45,21 @@ struct MapValue {
 /// runs have a value; else the status is the first reason of the one or the other.
 struct MapBoard : MapValue {
   arrays::BoardPlace place;
+  // Of a map of channels.
+  std::uint16_t cell = 0;
+  std::uint8_t pixel = 0;
   std::optional<MapValue> ofRun;    ///< in a difference: what the run has
   std::optional<MapValue> ofMinus;  ///< and what is taken off
 };
 
-/// All the places that a detector has for boards, by diblock, DCM, port, with what a run says of each.
+/// All the places that a detector has for boards, by diblock, DCM, port, with what a run says of each; or all
+/// its channels, in the same order, 32 in a board's place (MakeChannelMap).
 struct BoardMap {
   QuantityInfo quantity{};
   std::string detector;
   int run = 0;
   std::vector<MapBoard> boards;
+  bool isOfChannels = false;
   /// In a difference: the run that is taken off.
   std::optional<int> minus;
   /// What the run was and how it was asked, in one line for each run: "2014-06-10 03:00:00 UTC, Physics, …".

@@ -1,5 +1,7 @@
 #include "tools/maps/BoardMapForms.h"
 
+#include <cmath>
+
 #include "arrays/Records.h"
 
 namespace brio::tools {
@@ -13,8 +15,38 @@ std::string Shown(const BoardMap& map, double value) {
 
 /// That text as a number.
 Json ShownValue(const BoardMap& map, double value) {
+  if (map.isOfChannels && map.quantity.quantity == Quantity::Threshold) {
+    return static_cast<long long>(value);
+  }
   if (map.quantity.quantity == Quantity::Voltage) { return static_cast<long long>(value); }
   return map.quantity.quantity == Quantity::Threshold ? value : ShortestValue(static_cast<float>(value));
+}
+
+/// Where a board is, or a channel, as tables name it.
+std::vector<std::pair<const char*, int>> PlaceFields(const BoardMap& map, const MapBoard& board) {
+  const auto& place = board.place;
+  std::vector<std::pair<const char*, int>> fields{
+      {"diblock", place.diblock}, {"dcm", place.dcm}, {"port", place.port}};
+  if (map.isOfChannels) { fields.emplace_back("pixel", board.pixel); }
+  fields.emplace_back("plane", place.plane);
+  fields.emplace_back(map.isOfChannels ? "cell" : "module", map.isOfChannels ? board.cell : place.module);
+  return fields;
+}
+
+std::string CsvValue(const BoardMap& map, const MapValue& value) {
+  if (map.IsYesNo()) { return value.IsGood() ? "1" : "0"; }
+  return value.HasValue() ? Shown(map, value.value) : "";
+}
+
+Json JsonValue(const BoardMap& map, const MapValue& value) {
+  if (map.IsYesNo()) { return value.IsGood(); }
+  return value.HasValue() ? ShownValue(map, value.value) : Json();
+}
+
+/// To a hundredth of a thousandth: what is behind that comes from taking off.
+double DifferenceOf(const MapBoard& board) {
+  constexpr double kSteps = 1e5;
+  return std::round(board.value * kSteps) / kSteps + 0.0;
 }
 
 }  // namespace
@@ -25,7 +57,8 @@ std::string UnitSuffix(const BoardMap& map) {
 
 std::string TitledUnit(const BoardMap& map) {
   const std::string unit = map.quantity.unit;
-  return map.quantity.title + (unit.empty() ? "" : " (" + unit + ")");
+  const std::string title = map.isOfChannels ? map.quantity.channelTitle : map.quantity.title;
+  return title + (unit.empty() ? "" : " (" + unit + ")");
 }
 
 std::string TitleOf(const BoardMap& map) {
@@ -39,7 +72,8 @@ int ValueDigits(const BoardMap& map) {
     case Quantity::Installed:
     case Quantity::Enabled:
     case Quantity::Voltage: return 0;
-    case Quantity::Threshold: return 1;
+    // Of a board it is a mean, whose differences are small.
+    case Quantity::Threshold: return map.isOfChannels ? 0 : map.minus ? 2 : 1;
     default: return 2;
   }
 }
@@ -63,7 +97,7 @@ std::string NoteOf(const BoardMap& map, int diblock) {
 }
 
 std::string ReasonName(const BoardMap& map, arrays::Status status) {
-  const std::string name = StateName(status);
+  std::string name = StateName(status);
   if (!map.minus) { return name; }
   return status == arrays::Status::NotInRun ? "not in one of the runs" : name + " in one of the runs";
 }
@@ -80,53 +114,73 @@ std::vector<DCMRow> RowsOf(const BoardMap& map) {
   return rows;
 }
 
+std::string CountedIn(const BoardMap& map, std::size_t number) {
+  return Counted(number, map.isOfChannels ? "channel" : "board");
+}
+
+std::string PlaceOf(const BoardMap& map, const MapBoard& board) {
+  const auto& place = board.place;
+  std::string text =
+      std::to_string(place.diblock) + '/' + std::to_string(place.dcm) + '/' + std::to_string(place.port);
+  if (map.isOfChannels) { text += '/' + std::to_string(board.pixel); }
+  return text;
+}
+
 std::string CsvForm(const BoardMap& map) {
-  const bool isGain = map.quantity.quantity == Quantity::Gain;
-  std::string text = "diblock,dcm,port,plane,module,state," + std::string(map.quantity.name) +
-                     (isGain ? ",measured" : "") + '\n';
+  const std::string name = map.quantity.name;
+  const bool hasMeasured = map.quantity.quantity == Quantity::Gain && !map.minus;
+  std::string text;
+  for (const auto& [label, number] : PlaceFields(map, MapBoard())) {
+    text += std::string(label) + ',';
+  }
+  text += map.minus ? "state,minus_state," + name + ",minus_" + name + ",difference" : "state," + name;
+  text += hasMeasured ? ",measured\n" : "\n";
   for (const auto& board : map.boards) {
-    const auto& place = board.place;
-    for (const int number :
-         {int{place.diblock}, int{place.dcm}, int{place.port}, int{place.plane}, int{place.module}}) {
+    for (const auto& [label, number] : PlaceFields(map, board)) {
       text += std::to_string(number) + ',';
     }
-    text += StateName(board.status);
-    text += ',';
-    if (map.IsYesNo()) {
-      text += board.IsGood() ? '1' : '0';
-    } else if (board.HasValue()) {
-      text += Shown(map, board.value);
+    if (map.minus) {
+      text += std::string(StateName(board.ofRun->status)) + ',' + StateName(board.ofMinus->status) + ',' +
+              CsvValue(map, *board.ofRun) + ',' + CsvValue(map, *board.ofMinus) + ',';
+      if (board.IsGood()) { text += arrays::Shortest(DifferenceOf(board)); }
+    } else {
+      text += std::string(StateName(board.status)) + ',' + CsvValue(map, board);
     }
-    if (isGain) { text += board.measured ? ',' + Shown(map, *board.measured) : ","; }
+    if (hasMeasured) { text += board.measured ? ',' + Shown(map, *board.measured) : ","; }
     text += '\n';
   }
   return text;
 }
 
-Json JsonForm(const BoardMap& map) {
-  Json boards = Json::array();
+std::string JsonForm(const BoardMap& map) {
+  Json head{{"detector", map.detector}, {"run", map.run}};
+  if (map.minus) { head["minus"] = *map.minus; }
+  head["quantity"] = map.quantity.name;
+  head["unit"] = map.quantity.unit[0] == '\0' ? Json() : Json(map.quantity.unit);
+  std::string text = JsonText(head, -1);
+  text.back() = ',';  // the list comes in place of the brace
+  text += map.isOfChannels ? "\"channels\":[" : "\"boards\":[";
+  // One after the other: as one object all channels would take several hundred MB.
   for (const auto& board : map.boards) {
-    const auto& place = board.place;
-    Json value;
-    if (map.IsYesNo()) {
-      value = board.IsGood();
-    } else if (board.HasValue()) {
-      value = ShownValue(map, board.value);
+    Json object = Json::object();
+    for (const auto& [label, number] : PlaceFields(map, board)) {
+      object[label] = number;
     }
-    boards.push_back({{"diblock", place.diblock},
-                      {"dcm", place.dcm},
-                      {"port", place.port},
-                      {"plane", place.plane},
-                      {"module", place.module},
-                      {"state", StateName(board.status)},
-                      {"value", std::move(value)}});
-    if (board.measured) { boards.back()["measured"] = ShownValue(map, *board.measured); }
+    if (map.minus) {
+      object["state"] = StateName(board.ofRun->status);
+      object["minus_state"] = StateName(board.ofMinus->status);
+      object["value"] = JsonValue(map, *board.ofRun);
+      object["minus_value"] = JsonValue(map, *board.ofMinus);
+      object["difference"] = board.IsGood() ? Json(DifferenceOf(board)) : Json();
+    } else {
+      object["state"] = StateName(board.status);
+      object["value"] = JsonValue(map, board);
+      if (board.measured) { object["measured"] = ShownValue(map, *board.measured); }
+    }
+    if (&board != map.boards.data()) { text += ','; }
+    text += JsonText(object, -1);
   }
-  return {{"detector", map.detector},
-          {"run", map.run},
-          {"quantity", map.quantity.name},
-          {"unit", map.quantity.unit[0] == '\0' ? Json() : Json(map.quantity.unit)},
-          {"boards", std::move(boards)}};
+  return text + "]}";
 }
 
 }  // namespace brio::tools

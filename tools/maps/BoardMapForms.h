@@ -19,6 +19,8 @@ struct MapStyle {
   bool hasTooltips = true;  ///< what each board says when it is pointed at
   /// Else texts have the current colour of what surrounds the picture, and its width is that of its room.
   bool hasPaper = true;
+  /// For a program that blurs what it enlarges: images have as many pixels as they are drawn with.
+  bool isForRenderer = false;
   /// Begins the names of the picture's patterns, of which a page must have each once.
   std::string ids;
 };
@@ -31,11 +33,13 @@ std::string TextForm(const BoardMap& map, const MapStyle& style, bool colored);
 /// without heading, legend and tooltips less than 200 kB.
 std::string SvgForm(const BoardMap& map, const MapStyle& style);
 
-/// One line a board, with where it is read out and the plane and module that it reads. The value is empty
-/// where there is none. A map of gains has a column more: the mean that was measured, where another is used.
+/// One line a board, with where it is read out and the plane and module that it reads; of a map of channels
+/// one a channel, with its pixel, plane and cell. The value is empty where there is none. A map of gains has
+/// a column more: the mean that was measured, where another is used. A difference has both runs' states and
+/// values too.
 std::string CsvForm(const BoardMap& map);
-/// The same as an object with a list of boards.
-Json JsonForm(const BoardMap& map);
+/// The same as the text of an object with a list of boards, or of channels.
+std::string JsonForm(const BoardMap& map);
 
 /// "Birch, run 13000: mean threshold of a board's enabled pixels (ADC counts)".
 std::string TitleOf(const BoardMap& map);
@@ -46,6 +50,11 @@ std::string UnitSuffix(const BoardMap& map);
 /// A value with as many digits as its quantity deserves; a difference has its sign.
 std::string ValueText(const BoardMap& map, double value);
 int ValueDigits(const BoardMap& map);
+
+/// "1 board", "2 boards"; of a map of channels those.
+std::string CountedIn(const BoardMap& map, std::size_t number);
+/// "14/12/63", and with the pixel of a map of channels.
+std::string PlaceOf(const BoardMap& map, const MapBoard& board);
 
 /// What a diblock's heading says when the status of all its boards is the same: "masked", "not in the run";
 /// else nothing.

@@ -1,29 +1,33 @@
 #include <algorithm>
 #include <map>
 
-#include "tools/maps/BoardMapForms.h"
+#include "tools/maps/ChannelMap.h"
 #include "tools/maps/MapLegend.h"
 #include "tools/maps/MapPicture.h"
-#include "tools/maps/MapStatistics.h"
 #include "tools/shared/SvgElements.h"
 
 namespace brio::tools {
 namespace {
 
-using arrays::Status;
 using svg::Escaped;
 using svg::Number;
 
-constexpr std::size_t kMostNotes = 12;
-
 /// The boards of a map, each in its cell. All with a value of one colour stand in one group, which keeps the
-/// picture small; neighbours without a value, and of the same reason, are one element.
+/// picture small; neighbours that say the same and have no number are one element.
 class Boards {
 public:
   Boards(const BoardMap& map, const MapStyle& style, const MapLayout& layout, const ColorScale& scale)
       : map_(map), style_(style), layout_(layout), scale_(scale) {
     for (std::size_t i = 0; i < map.boards.size(); ++i) {
-      Add(i);
+      const MapBoard& board = map.boards[i];
+      const MapCell& cell = layout.boards[i];
+      if (!board.IsGood()) {
+        AddToRun(board, cell, {ClassOf(board.status), FillOf(board.status, style.ids)}, WhyText(board));
+      } else if (map.IsYesNo()) {
+        AddToRun(board, cell, {"yes", YesNoColor(map, board)}, YesNoText(board));
+      } else {
+        AddValue(board, cell);
+      }
     }
     for (const auto& [row, run] : runs_) {
       Finish(row, run);
@@ -31,26 +35,29 @@ public:
   }
 
   std::string Draw() const {
-    std::string text = "<g class=\"boards\">\n";
     // In cells of the grid, which has the shortest numbers; strokes are drawn down the middle of the cells.
-    const std::string scaled =
-        "<g transform=\"scale(" + Number(layout_.cellWidth) + ' ' + Number(layout_.cellHeight) + ")\">\n";
-    text += scaled + "<g transform=\"translate(0.5 0)\" stroke-width=\"" +
-            (layout_.cellWidth > 4 ? "0.94" : "1.02") + "\">\n";
-    for (const auto& [color, boards] : colored_) {
+    std::string text = "<g class=\"boards\">\n<g transform=\"scale(" + Number(layout_.cellWidth) + ' ' +
+                       Number(layout_.cellHeight) +
+                       ")\">\n<g transform=\"translate(0.5 0)\" stroke-width=\"" +
+                       (IsNarrow() ? "1.02" : "0.94") + "\">\n";
+    for (const auto& [color, boards] : values_) {
       text += "<g stroke=\"" + color + "\">" + boards.Text() + "</g>\n";
     }
     text += "</g>\n";
-    for (const auto& [mark, boards] :
-         std::map<const BeyondMark*, const Paths*>{{&kAboveMark, &above_}, {&kBelowMark, &below_}}) {
-      if (boards->IsEmpty()) { continue; }
-      text += std::string("<g class=\"beyond\" fill=\"") + mark->ink + "\"><path fill=\"" + mark->paper +
-              "\" d=\"" + boards->cells + "\"/>" + boards->Text() + "</g>\n";
+    for (const auto* beyond : {&above_, &below_}) {
+      if (beyond->cells.empty()) { continue; }
+      const BeyondMark& mark = beyond == &above_ ? kAboveMark : kBelowMark;
+      text += std::string("<g class=\"beyond\" fill=\"") + mark.ink + "\"><path fill=\"" + mark.paper +
+              "\" d=\"" + beyond->cells + "\"/>" + beyond->paths.Text() + "</g>\n";
     }
     text += "</g>\n";
-    for (const auto& [status, runs] : withoutValue_) {
-      text += "<g class=\"" + ClassOf(status) + "\" fill=\"" + FillOf(status, style_.ids) + "\">" +
-              runs.Text() + "</g>\n";
+    for (const auto& [look, runs] : runsOf_) {
+      text += "<g class=\"" + look.first + "\" fill=\"" + look.second + "\">" + runs.Text() + "</g>\n";
+    }
+    constexpr int kMostArrows = 40;  // more are a crowd that shows without them
+    for (const auto* beyond : {&above_, &below_}) {
+      if (beyond->arrows.empty() || beyond->count > kMostArrows) { continue; }
+      text += "<path class=\"arrows\" fill=\"#000000\" stroke=\"#ffffff\" d=\"" + beyond->arrows + "\"/>\n";
     }
     return text + "</g>\n";
   }
@@ -60,11 +67,20 @@ private:
   struct Paths {
     std::string elements;
     std::string together;
-    std::string cells;
 
-    bool IsEmpty() const { return elements.empty() && together.empty(); }
     std::string Text() const { return together.empty() ? elements : "<path d=\"" + together + "\"/>"; }
   };
+  struct Beyond {
+    Paths paths;
+    std::string cells;
+    std::string arrows;
+    int count = 0;
+  };
+  /// Its name and its fill.
+  using Look = std::pair<std::string, std::string>;
+
+  /// A mark in a cell would be a line.
+  bool IsNarrow() const { return layout_.cellWidth < 4; }
 
   void AddTo(Paths& paths, const std::string& d, const std::string& tooltip) const {
     if (style_.hasTooltips) {
@@ -74,51 +90,40 @@ private:
     }
   }
 
-  static std::string ClassOf(Status status) {
-    std::string name = StateName(status);
-    std::replace(name.begin(), name.end(), ' ', '-');
-    return name;
-  }
-
   /// "14/12/63", or plane and first cell.
-  std::string PlaceOf(const arrays::BoardPlace& place) const {
-    if (style_.view == View::Geometry) {
-      return std::to_string(place.plane) + ',' + std::to_string(place.module * arrays::kPixels);
-    }
-    return std::to_string(place.diblock) + '/' + std::to_string(place.dcm) + '/' + std::to_string(place.port);
+  std::string NameOf(const MapBoard& board) const {
+    if (style_.view == View::Readout) { return PlaceOf(map_, board); }
+    return std::to_string(board.place.plane) + ',' + std::to_string(board.place.module * arrays::kPixels);
   }
 
-  void Add(std::size_t index) {
-    const MapBoard& board = map_.boards[index];
-    const MapCell& cell = layout_.boards[index];
-    if (!board.IsGood()) {
-      AddWithoutValue(index);
-      return;
-    }
-    const std::string at = std::to_string(cell.column) + ' ' + std::to_string(cell.row);
-    if (map_.IsYesNo()) {
-      AddTo(colored_[YesNoColor(board)], "M" + at + "v1", PlaceOf(board.place) + ": " + YesNoText(board));
-      return;
-    }
-    const std::string tooltip = PlaceOf(board.place) + ": " + ValueText(map_, board.value);
+  void AddValue(const MapBoard& board, const MapCell& cell) {
+    const std::string tooltip = NameOf(board) + ": " + ValueText(map_, board.value);
+    const std::string column = "M" + std::to_string(cell.column) + ' ';
+    const std::string at = column + std::to_string(cell.row);
     if (scale_.Contains(board.value)) {
-      AddTo(colored_[scale_.Color(board.value)], "M" + at + "v1", tooltip);
-    } else if (board.value > scale_.high) {
-      above_.cells += "M" + at + "h1v1h-1z";
-      AddTo(above_, "M" + std::to_string(cell.column) + ' ' + std::to_string(cell.row + 1) + "h1l-.5-1z",
-            tooltip);
-    } else {
-      below_.cells += "M" + at + "h1v1h-1z";
-      AddTo(below_, "M" + at + "h1l-.5 1z", tooltip);
+      AddTo(values_[scale_.Color(board.value)], at + "v1", tooltip);
+      return;
     }
+    const bool isAbove = board.value > scale_.high;
+    Beyond& beyond = isAbove ? above_ : below_;
+    beyond.cells += at + "h1v1h-1z";
+    AddTo(beyond.paths, isAbove ? column + std::to_string(cell.row + 1) + "h1l-.5-1z" : at + "h1l-.5 1z",
+          tooltip);
+    AddArrow(beyond, isAbove, cell);
   }
 
-  std::string YesNoColor(const MapBoard& board) const {
-    if (!map_.minus) { return kYesColor; }
-    return board.value > 0 ? kOnlyInRunColor : board.value < 0 ? kOnlyInMinusColor : kNoChangeColor;
+  /// Over a narrow cell.
+  void AddArrow(Beyond& beyond, bool isAbove, const MapCell& cell) const {
+    if (!IsNarrow()) { return; }
+    ++beyond.count;
+    const double x = (cell.column + 0.5) * layout_.cellWidth;
+    const double y = (cell.row + 0.5) * layout_.cellHeight;
+    beyond.arrows +=
+        "M" + Number(x - 4) + ' ' + Number(isAbove ? y + 5 : y - 5) + "h8l-4 " + (isAbove ? "-10z" : "10z");
   }
+
   std::string YesNoText(const MapBoard& board) const {
-    const std::string name = map_.quantity.name;
+    std::string name = map_.quantity.name;
     if (!map_.minus) { return name; }
     if (board.value == 0) { return "no change"; }
     return name + " in run " + std::to_string(board.value > 0 ? map_.run : *map_.minus) + " only";
@@ -137,29 +142,26 @@ private:
     return why;
   }
 
-  /// Neighbours without a value, for the same reason, in a line of the grid.
+  /// Neighbours in a line of the grid that say the same.
   struct Run {
     int column = 0;
     int cells = 0;
-    Status status = Status::Known;
-    std::string why;
+    Look look;
+    std::string text;
     const MapBoard* first = nullptr;
     const MapBoard* last = nullptr;
   };
 
-  void AddWithoutValue(std::size_t index) {
-    const MapBoard& board = map_.boards[index];
-    const MapCell& cell = layout_.boards[index];
-    const std::string why = WhyText(board);
+  void AddToRun(const MapBoard& board, const MapCell& cell, const Look& look, const std::string& text) {
     Run& run = runs_[cell.row];
-    const bool isNext = run.column + run.cells == cell.column && run.status == board.status;
-    if (run.cells > 0 && isNext && run.why == why) {
+    const bool isNext = run.cells > 0 && run.column + run.cells == cell.column;
+    if (isNext && run.look == look && run.text == text) {
       ++run.cells;
       run.last = &board;
       return;
     }
     Finish(cell.row, run);
-    run = {cell.column, 1, board.status, why, &board, &board};
+    run = {cell.column, 1, look, text, &board, &board};
   }
 
   /// In points, for patterns must not be stretched.
@@ -169,62 +171,25 @@ private:
     const std::string path = "M" + Number(run.column * layout_.cellWidth) + ' ' +
                              Number(row * layout_.cellHeight) + 'h' + width + 'v' +
                              Number(layout_.cellHeight) + "h-" + width + 'z';
-    const std::string to = run.cells > 1 ? " to " + PlaceOf(run.last->place) : "";
-    AddTo(withoutValue_[run.status], path, PlaceOf(run.first->place) + to + ": " + run.why);
+    const std::string to = run.cells > 1 ? " to " + NameOf(*run.last) : "";
+    AddTo(runsOf_[run.look], path, NameOf(*run.first) + to + ": " + run.text);
   }
 
   const BoardMap& map_;
   const MapStyle& style_;
   const MapLayout& layout_;
   const ColorScale& scale_;
-  std::map<std::string, Paths> colored_;
-  Paths above_;
-  Paths below_;
-  std::map<Status, Paths> withoutValue_;
+  std::map<std::string, Paths> values_;  ///< by colour
+  Beyond above_;
+  Beyond below_;
+  std::map<Look, Paths> runsOf_;
   std::map<int, Run> runs_;  ///< by line of the grid, those that may still grow
 };
-
-MapLegend LegendOf(const BoardMap& map, const MapStyle& style, const ColorScale& scale) {
-  MapLegend legend;
-  const std::string name = map.quantity.name;
-  const auto add = [&](const std::string& fill, const std::string& meaning, int count) {
-    if (count > 0) { legend.entries.emplace_back(fill, meaning + ": " + std::to_string(count)); }
-  };
-  if (map.IsYesNo() && map.minus) {
-    add(kOnlyInRunColor, name + " in run " + std::to_string(map.run) + " only", map.CountValue(1));
-    add(kOnlyInMinusColor, name + " in run " + std::to_string(*map.minus) + " only", map.CountValue(-1));
-    add(kNoChangeColor, "no change", map.CountValue(0));
-  } else if (map.IsYesNo()) {
-    add(kYesColor, name, map.Count(Status::Known));
-  } else if (map.Count(Status::Known) > 0) {
-    const auto statistics = StatisticsOf(map);
-    const auto beyond = BoardsBeyondOf(map, scale);
-    legend.scale = scale;
-    legend.scaleTitle = (map.minus ? "difference of " : "") + TitledUnit(map);
-    legend.least = statistics.least;
-    legend.most = statistics.most;
-    legend.below = beyond.below.size();
-    legend.above = beyond.above.size();
-    legend.valueText = [&map](double value) { return ValueText(map, value); };
-    for (const auto& [boards, where] :
-         {std::pair(&beyond.above, " above the scale:"), std::pair(&beyond.below, " below the scale:")}) {
-      if (boards->empty()) { continue; }
-      legend.notes.push_back(Counted(boards->size(), "board") + where);
-      const auto most = kMostNotes / (beyond.above.empty() || beyond.below.empty() ? 1 : 2) - 1;
-      for (const auto& line : LinesOf(map, *boards, most)) {
-        legend.notes.push_back("  " + line);
-      }
-    }
-  }
-  for (const auto status : StatusesOf(map)) {
-    add(FillOf(status, style.ids), ReasonName(map, status), map.Count(status));
-  }
-  return legend;
-}
 
 }  // namespace
 
 std::string SvgForm(const BoardMap& map, const MapStyle& style) {
+  if (map.isOfChannels) { return ChannelSvgForm(map, style); }
   std::vector<arrays::BoardPlace> places;
   places.reserve(map.boards.size());
   for (const auto& board : map.boards) {
@@ -232,14 +197,7 @@ std::string SvgForm(const BoardMap& map, const MapStyle& style) {
   }
   const MapLayout layout = LayoutOf(places, style.view);
   const ColorScale scale = ScaleOf(map, style.scale);
-  MapPicture picture;
-  picture.title = TitleOf(map);
-  picture.lines = map.about;
-  picture.lines.push_back(SummaryOf(map));
-  picture.cells = Boards(map, style, layout, scale).Draw();
-  picture.legend = LegendOf(map, style, scale);
-  picture.noteOf = [&map](int diblock) { return NoteOf(map, diblock); };
-  return picture.Draw(layout, style);
+  return PictureOf(map, style, layout, scale, Boards(map, style, layout, scale).Draw());
 }
 
 }  // namespace brio::tools

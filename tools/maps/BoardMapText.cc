@@ -228,30 +228,29 @@ public:
   }
 
   std::string Draw(const BoardMap& map, const ColorScale& scale, bool colored) const {
-    std::string label = "diblock " + std::to_string(views_[0].AnyBoard(views_[1]).place.diblock);
-    label.resize(kLabel, ' ');
-    std::string heading = label;
+    std::string text = "diblock " + std::to_string(views_[0].AnyBoard(views_[1]).place.diblock);
+    text.resize(kLabel, ' ');
     for (const auto& view : views_) {
-      std::string planes = std::string("view ") + (&view == views_.data() ? 'X' : 'Y') + ", planes " +
+      std::string planes = std::string("view ") + ViewOfPlane(view.first) + ", planes " +
                            std::to_string(view.first) + " to " + std::to_string(view.last);
-      planes.resize(std::max(planes.size(), static_cast<std::size_t>(view.Planes())), ' ');
-      heading += planes + "    ";
+      planes.resize(kWidth + kGap, ' ');
+      text += planes;
     }
-    std::string text = WithoutEndBlanks(heading);
+    text = WithoutEndBlanks(text);
     for (int module = modules_ - 1; module >= 0; --module) {
       std::string line = "  cell " + std::to_string(module * arrays::kPixels);
       line.resize(kLabel, ' ');
       for (const auto& view : views_) {
-        std::vector<Cell> cells;
-        for (int plane = view.first; plane <= view.last; plane += 2) {
-          const auto found = view.boards.find({module, plane});
-          cells.push_back(found == view.boards.end() ? Cell() : CellOf(map, scale, *found->second));
+        auto cells = view.Line(map, scale, module);
+        // As many blanks as keep the views apart, counted before colours make the text longer.
+        const std::size_t blanks = kWidth + kGap - std::min(cells.size(), kWidth);
+        const std::size_t width = std::max(cells.size(), kWidth) + kGap;
+        line += Drawn(cells, colored);
+        if (colored) {
+          line.append(blanks, ' ');
+        } else {
+          line.resize(std::max(line.size(), kLabel + (&view == views_.data() ? 1U : 2U) * width), ' ');
         }
-        std::string drawn = Drawn(cells, colored);
-        const auto isFirst = &view == views_.data();
-        if (isFirst && !colored) { drawn.resize(std::max(cells.size(), kHeading), ' '); }
-        if (isFirst && colored) { drawn.append(cells.size() < kHeading ? kHeading - cells.size() : 0, ' '); }
-        line += drawn + (isFirst ? "    " : "");
       }
       text += WithoutEndBlanks(line);
     }
@@ -260,14 +259,22 @@ public:
 
 private:
   static constexpr std::size_t kLabel = 12;
-  static constexpr std::size_t kHeading = 32;
+  static constexpr std::size_t kWidth = 32;  // planes of one view in a diblock
+  static constexpr std::size_t kGap = 4;
 
   struct PlanesOfView {
     int first = 0;
     int last = 0;
     std::map<std::pair<int, int>, const MapBoard*> boards;  ///< by module and plane
 
-    int Planes() const { return boards.empty() ? 0 : (last - first) / 2 + 1; }
+    std::vector<Cell> Line(const BoardMap& map, const ColorScale& scale, int module) const {
+      std::vector<Cell> cells;
+      for (int plane = first; plane <= last; plane += 2) {
+        const auto found = boards.find({module, plane});
+        cells.push_back(found == boards.end() ? Cell() : CellOf(map, scale, *found->second));
+      }
+      return cells;
+    }
     const MapBoard& AnyBoard(const PlanesOfView& other) const {
       return *(boards.empty() ? other : *this).boards.begin()->second;
     }

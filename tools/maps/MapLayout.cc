@@ -107,13 +107,13 @@ public:
     }
   }
 
-  MapLayout Make(const std::vector<BoardPlace>& places) {
+  MapLayout Make(const std::vector<BoardPlace>& places, double stretch) {
+    constexpr double kGap = 84;  // points between the views, about
     layout_.view = View::Geometry;
     layout_.columns = std::max((planes_ + 1) / 2, 1);
     layout_.cellWidth = std::max(1.0, std::floor(2 * kWidth / layout_.columns) / 2);
-    const bool isLarge = modules_ <= 4;
-    layout_.cellHeight = isLarge ? 48 : 17;
-    const int gap = isLarge ? 2 : 5;
+    layout_.cellHeight = stretch * (modules_ <= 4 ? 48 : 17);
+    const int gap = static_cast<int>(std::ceil(kGap / layout_.cellHeight));
     for (const int view : {0, 1}) {
       Add(view, view * (modules_ + gap));
     }
@@ -138,9 +138,11 @@ private:
     int diblock = 0;
     const auto endGroup = [&](int end) {
       if (diblock == 0) { return; }
-      panel.groups.push_back({(first / 2 + end / 2) / 2.0, std::to_string(diblock)});
-      panel.xTicks.push_back(At(first / 2, first));
-      if (first > 1) { panel.xDividers.push_back(first / 2); }  // NOLINT(bugprone-integer-division)
+      const int left = first / 2;
+      const int right = end / 2;
+      panel.groups.push_back({(left + right) / 2.0, std::to_string(diblock)});
+      panel.xTicks.push_back(At(left, first));
+      if (left > 0) { panel.xDividers.push_back(left); }
     };
     int last = view;
     for (const auto& [plane, number] : diblockOf_) {
@@ -183,8 +185,9 @@ View ViewNamed(const std::string& name) {
 
 char ViewOfPlane(int plane) { return plane % 2 == 0 ? 'X' : 'Y'; }
 
-MapLayout LayoutOf(const std::vector<BoardPlace>& places, View view) {
-  return view == View::Readout ? ReadoutLayout(places).Make(places) : GeometryLayout(places).Make(places);
+MapLayout LayoutOf(const std::vector<BoardPlace>& places, View view, double stretch) {
+  return view == View::Readout ? ReadoutLayout(places).Make(places)
+                               : GeometryLayout(places).Make(places, stretch);
 }
 
 }  // namespace brio::tools

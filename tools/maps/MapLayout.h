@@ -64,6 +64,7 @@ struct MapLayout {
   double Height() const { return rows * cellHeight; }
 };
 
-MapLayout LayoutOf(const std::vector<arrays::BoardPlace>& places, View view);
+/// \param stretch  how much higher than usual the lines of the geometry are
+MapLayout LayoutOf(const std::vector<arrays::BoardPlace>& places, View view, double stretch = 1);
 
 }  // namespace brio::tools

@@ -13,15 +13,25 @@ using svg::Number;
 using svg::Rectangle;
 using svg::Text;
 
-constexpr double kScaleWidth = 300;
+constexpr double kScaleWidth = 260;
 constexpr double kScaleHeight = 16;
 constexpr double kMarkWidth = 16;
 constexpr double kMarkRoom = 62;  // between a mark's box and the scale, for their labels
 constexpr double kLinePitch = 17;
-constexpr double kEntriesAt = 500;
-constexpr double kNotesAt = 800;
+constexpr double kEntriesAt = 430;
+constexpr double kNotesAt = 700;
+constexpr double kNotesPitch = 215;
 constexpr double kTextSize = 12;
 constexpr double kScaleRoom = 70;
+
+/// A mark for a value beyond the scale that fills a box.
+std::string DrawMark(const BeyondMark& mark, double x, double y, double width, double height) {
+  const double base = mark.isUp ? y + height : y;
+  const double tip = mark.isUp ? y : y + height;
+  return Rectangle(x, y, width, height, std::string("fill=\"") + mark.paper + '"') + "<path d=\"M" +
+         Number(x) + ' ' + Number(base) + 'h' + Number(width) + 'L' + Number(x + width / 2) + ' ' +
+         Number(tip) + "z\" fill=\"" + mark.ink + "\"/>\n";
+}
 
 }  // namespace
 
@@ -29,7 +39,7 @@ std::string FillOf(Status status, const std::string& ids) {
   const auto pattern = [&](const char* name) { return "url(#" + ids + name + ')'; };
   switch (status) {
     case Status::Known: return kYesColor;
-    case Status::NotInRun: return "#ececec";
+    case Status::NotInRun: return pattern("not-in-run");
     case Status::Masked: return pattern("masked");
     case Status::NotInstalled: return pattern("not-installed");
     case Status::NotEnabled: return pattern("not-enabled");
@@ -47,7 +57,9 @@ std::string PatternsOf(const std::string& ids) {
     const char* more;
     const char* inside;
   };
-  static constexpr std::array<Pattern, 7> kPatterns{{
+  static constexpr std::array<Pattern, 8> kPatterns{{
+      {"not-in-run", "8", "",
+       R"svg(<path d="M0 0h8v8h-8z" fill="#ebebeb"/><path d="M4 3v2" stroke="#b8b8b8" stroke-width="1"/>)svg"},
       {"masked", "6", "", R"svg(<path d="M-1 5L5 -1M1 7L7 1" stroke="#8090a8" stroke-width="0.8"/>)svg"},
       {"not-installed", "5", "", R"svg(<path d="M2.5 1v3M1 2.5h3" stroke="#9a9a9a" stroke-width="0.6"/>)svg"},
       {"not-enabled", "3", R"svg( patternTransform="rotate(45)")svg",
@@ -66,17 +78,23 @@ std::string PatternsOf(const std::string& ids) {
   return text + "</defs>\n";
 }
 
-std::string DrawMark(const BeyondMark& mark, double x, double y, double width, double height) {
-  const double base = mark.isUp ? y + height : y;
-  const double tip = mark.isUp ? y : y + height;
-  return Rectangle(x, y, width, height, std::string("fill=\"") + mark.paper + '"') + "<path d=\"M" +
-         Number(x) + ' ' + Number(base) + 'h' + Number(width) + 'L' + Number(x + width / 2) + ' ' +
-         Number(tip) + "z\" fill=\"" + mark.ink + "\"/>\n";
+std::string ClassOf(Status status) {
+  std::string name = StateName(status);
+  std::replace(name.begin(), name.end(), ' ', '-');
+  return name;
+}
+
+std::string YesNoColor(const BoardMap& map, const MapBoard& board) {
+  if (!map.minus) { return kYesColor; }
+  return board.value > 0 ? kOnlyInRunColor : board.value < 0 ? kOnlyInMinusColor : kNoChangeColor;
 }
 
 double MapLegend::Height() const {
-  const auto lines = static_cast<double>(std::max(entries.size(), notes.size()));
-  return std::max(scale ? kScaleRoom : 0.0, lines * kLinePitch) + 16;
+  std::size_t lines = entries.size();
+  for (const auto& list : notes) {
+    lines = std::max(lines, list.size());
+  }
+  return std::max(scale ? kScaleRoom : 0.0, static_cast<double>(lines) * kLinePitch) + 8;
 }
 
 std::string MapLegend::DrawScale(double x, double y) const {
@@ -99,7 +117,9 @@ std::string MapLegend::DrawScale(double x, double y) const {
                 valueText(scale->low + part * (scale->high - scale->low)));
   }
   const auto beyond = [&](const BeyondMark& mark, double at, double extreme, std::size_t count) {
-    bar += DrawMark(mark, at - kMarkWidth / 2, y, kMarkWidth, kScaleHeight) +
+    const std::string dots = "fill=\"" + (mark.isUp ? kAboveColor : kBelowColor) + '"';
+    bar += (hasDots ? Rectangle(at - kMarkWidth / 2, y, kMarkWidth, kScaleHeight, dots)
+                    : DrawMark(mark, at - kMarkWidth / 2, y, kMarkWidth, kScaleHeight)) +
            Rectangle(at - kMarkWidth / 2, y, kMarkWidth, kScaleHeight, frame) +
            Text(at, y + kScaleHeight + 14, kTextSize, "middle", valueText(extreme)) +
            Text(at, y - 5, kTextSize, "middle", std::to_string(count));
@@ -121,10 +141,14 @@ std::string MapLegend::Draw(double x, double y) const {
     legend += Text(entriesX + 30, line + 11, kTextSize, "start", meaning);
     line += kLinePitch;
   }
-  line = y;
-  for (const auto& note : notes) {
-    legend += Text(x + kNotesAt, line + 11, kTextSize, "start", note);
-    line += kLinePitch;
+  double left = x + kNotesAt;
+  for (const auto& list : notes) {
+    line = y;
+    for (const auto& note : list) {
+      legend += Text(left, line + 11, kTextSize, "start", note);
+      line += kLinePitch;
+    }
+    left += kNotesPitch;
   }
   return legend + "</g>\n";
 }

@@ -13,6 +13,8 @@ namespace brio::tools {
 /// their colours.
 /// \param ids  see MapStyle
 std::string FillOf(arrays::Status status, const std::string& ids);
+/// The same as a name: "not-enabled".
+std::string ClassOf(arrays::Status status);
 /// The definitions of these patterns.
 std::string PatternsOf(const std::string& ids);
 
@@ -21,6 +23,8 @@ inline const std::string kYesColor = "#2a5a8c";
 inline const std::string kOnlyInRunColor = "#b35806";
 inline const std::string kOnlyInMinusColor = "#2166ac";
 inline const std::string kNoChangeColor = "#d9d9d9";
+/// Of a board that is good.
+std::string YesNoColor(const BoardMap& map, const MapBoard& board);
 
 /// The marks of values beyond the scale, as paths within a cell: a triangle that points up, or down, black on
 /// white and white on black.
@@ -31,6 +35,10 @@ struct BeyondMark {
 };
 inline constexpr BeyondMark kAboveMark{"#ffffff", "#000000", true};
 inline constexpr BeyondMark kBelowMark{"#000000", "#ffffff", false};
+
+/// Where a dot is too small for a mark: colours that no palette has.
+inline const std::string kAboveColor = "#ff2fd0";
+inline const std::string kBelowColor = "#00e5ff";
 
 /// The lower part of a picture: the scale with the values' true extremes at its ends, why others have no
 /// value, and those beyond the scale by name.
@@ -44,7 +52,10 @@ struct MapLegend {
   std::function<std::string(double)> valueText;
   /// Fills and what they mean.
   std::vector<std::pair<std::string, std::string>> entries;
-  std::vector<std::string> notes;
+  /// Lists side by side.
+  std::vector<std::vector<std::string>> notes;
+  /// What is beyond the scale is a dot of kAboveColor or kBelowColor.
+  bool hasDots = false;
 
   double Height() const;
   /// The upper left corner.
@@ -53,8 +64,4 @@ struct MapLegend {
 private:
   std::string DrawScale(double x, double y) const;
 };
-
-/// A mark for a value beyond the scale that fills a box.
-std::string DrawMark(const BeyondMark& mark, double x, double y, double width, double height);
-
 }  // namespace brio::tools

@@ -10,18 +10,18 @@ namespace {
 
 using arrays::Status;
 
-std::string PlaceOf(const MapBoard& board) {
+std::string DCMOf(const MapBoard& board) {
   return std::to_string(board.place.diblock) + '/' + std::to_string(board.place.dcm);
 }
 
 std::string YesNoSummary(const BoardMap& map) {
   const std::string name = map.quantity.name;
   if (map.minus) {
-    return Counted(static_cast<std::size_t>(map.CountValue(1)), "board") + ' ' + name + " in run " +
+    return CountedIn(map, static_cast<std::size_t>(map.CountValue(1))) + ' ' + name + " in run " +
            std::to_string(map.run) + " only, " + std::to_string(map.CountValue(-1)) + " in run " +
            std::to_string(*map.minus) + " only";
   }
-  return std::to_string(map.Count(Status::Known)) + " of " + Counted(map.boards.size(), "board") + ' ' + name;
+  return std::to_string(map.Count(Status::Known)) + " of " + CountedIn(map, map.boards.size()) + ' ' + name;
 }
 
 }  // namespace
@@ -70,18 +70,18 @@ std::vector<std::string> LinesOf(const BoardMap& map, const std::vector<const Ma
   std::vector<std::ptrdiff_t> named;  // boards that stand in each line
   for (auto board = boards.begin(); board != boards.end();) {
     const auto end = std::find_if(board, boards.end(),
-                                  [&](const MapBoard* other) { return PlaceOf(*other) != PlaceOf(**board); });
-    const std::string unit = UnitSuffix(map);
+                                  [&](const MapBoard* other) { return DCMOf(*other) != DCMOf(**board); });
     if (end - board >= kMany) {
       const auto [least, most] = std::minmax_element(
           board, end, [](const MapBoard* a, const MapBoard* b) { return a->value < b->value; });
-      lines.push_back(PlaceOf(**board) + ": " + std::to_string(end - board) + " boards, " +
-                      ValueText(map, (*least)->value) + " to " + ValueText(map, (*most)->value) + unit);
+      const std::string from = ValueText(map, (*least)->value);
+      const std::string to = ValueText(map, (*most)->value);
+      lines.push_back(DCMOf(**board) + ": " + CountedIn(map, static_cast<std::size_t>(end - board)) + ", " +
+                      (from == to ? from : from + " to " + to));
       named.push_back(end - board);
     } else {
       for (auto each = board; each != end; ++each) {
-        lines.push_back(PlaceOf(**each) + '/' + std::to_string((*each)->place.port) + ": " +
-                        ValueText(map, (*each)->value) + unit);
+        lines.push_back(PlaceOf(map, **each) + ": " + ValueText(map, (*each)->value));
         named.push_back(1);
       }
     }
@@ -101,11 +101,11 @@ std::vector<std::string> LinesOf(const BoardMap& map, const std::vector<const Ma
 std::string SummaryOf(const BoardMap& map) {
   if (map.IsYesNo()) { return YesNoSummary(map); }
   const auto statistics = StatisticsOf(map);
-  if (statistics.count == 0) { return "no board has a value"; }
+  if (statistics.count == 0) { return map.isOfChannels ? "no channel has a value" : "no board has a value"; }
   const int digits = ValueDigits(map) + 1;
   const std::string unit = UnitSuffix(map);
-  return Counted(statistics.count, "board") + ": mean " + Fixed(statistics.mean, digits) + unit +
-         ", spread " + Fixed(statistics.spread, digits) + unit + " (standard deviation), from " +
+  return CountedIn(map, statistics.count) + ": mean " + Fixed(statistics.mean, digits) + unit + ", spread " +
+         Fixed(statistics.spread, digits) + unit + " (standard deviation), from " +
          ValueText(map, statistics.least) + " to " + ValueText(map, statistics.most) + unit;
 }
 

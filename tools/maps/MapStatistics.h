@@ -28,7 +28,7 @@ struct BoardsBeyond {
 };
 BoardsBeyond BoardsBeyondOf(const BoardMap& map, const ColorScale& scale);
 
-/// Names boards and their values, those of a DCM in one line when they are many:
+/// Names boards, or channels, and their values, those of a DCM in one line when they are many:
 /// "8/3: 62 boards, 1.02 to 3.98". What is beyond `atMost` lines is counted in the last one.
 std::vector<std::string> LinesOf(const BoardMap& map, const std::vector<const MapBoard*>& boards,
                                  std::size_t atMost);

@@ -3,6 +3,7 @@
 #include <array>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <regex>
 #include <set>
 #include <sstream>
@@ -42,30 +43,46 @@ std::string WithoutComments(const std::string& sql) {
   return text;
 }
 
-/// The columns in the body of a CREATE TABLE: what stands first on a line, but for constraints.
-std::vector<std::string> ColumnsIn(const std::string& body) {
-  static const std::regex kColumn("^\\s*([a-z_0-9]+)\\s", std::regex::multiline);
-  std::vector<std::string> columns;
+/// Columns of the tables in .sql files that no loader asks for.
+std::set<std::string> UnusedColumns(const std::string& table) {
+  static const std::map<std::string, std::set<std::string>> kUnused{
+      {"millpondprod_factory.barcoded_item", {"added_by"}},
+      {"millpondprod_factory.module", {"orientation"}},
+      {"millpondprod_factory.apd", {"wafer"}},
+      {"public.apd_stats", {"gain_mean"}},
+      {"public.feb_comm_cables", {"cable_id"}},
+      {"public.hardware_position", {"serial"}},
+      {"daqconfig.configurations", {"description", "created"}}};
+  const auto found = kUnused.find(table);
+  return found != kUnused.end() ? found->second : std::set<std::string>();
+}
+
+/// The columns in the body of a CREATE TABLE with their types: what stands first on a line that does not
+/// begin with a constraint, and the words in lower case behind it.
+void AddColumns(const std::string& body, ExpectedTable& table) {
+  static const std::regex kColumn("^\\s*([a-z_0-9]+)\\s+([a-z]+( [a-z]+)*)", std::regex::multiline);
   for (std::sregex_iterator match(body.begin(), body.end(), kColumn), end; match != end; ++match) {
-    columns.push_back((*match)[1]);
+    table.columns.push_back((*match)[1]);
+    table.types[(*match)[1]] = (*match)[2];
   }
-  return columns;
 }
 
 /// The tables that an .sql file of this project creates, one column a line.
 std::vector<ExpectedTable> TablesIn(const std::string& sql) {
-  static const std::regex kTable("CREATE TABLE ([a-z_0-9.]+) \\(\n([^;]*)\\);");
+  static const std::regex kTable("CREATE TABLE IF NOT EXISTS ([a-z_0-9.]+) \\(\n([^;]*)\\);");
   const std::string text = WithoutComments(sql);
   std::vector<ExpectedTable> tables;
   for (std::sregex_iterator match(text.begin(), text.end(), kTable), end; match != end; ++match) {
-    tables.push_back({(*match)[1], ColumnsIn((*match)[2]), {}, {}});
+    ExpectedTable table{(*match)[1], {}, {}, UnusedColumns((*match)[1])};
+    AddColumns((*match)[2], table);
+    tables.push_back(std::move(table));
   }
   return tables;
 }
 
 /// The indexes that an .sql file creates, each with its table.
 std::vector<std::pair<std::string, std::string>> IndexesIn(const std::string& sql) {
-  static const std::regex kIndex("CREATE INDEX ([a-z_0-9]+) ON ([a-z_0-9]+)\\.([a-z_0-9]+)");
+  static const std::regex kIndex("CREATE INDEX IF NOT EXISTS ([a-z_0-9]+) ON ([a-z_0-9]+)\\.([a-z_0-9]+)");
   const std::string text = WithoutComments(sql);
   std::vector<std::pair<std::string, std::string>> indexes;
   for (std::sregex_iterator match(text.begin(), text.end(), kIndex), end; match != end; ++match) {
@@ -145,7 +162,8 @@ std::string RunTablesSql() {
     for (const auto& column : definition.columns) {
       columns += (columns.empty() ? "\n  " : ",\n  ") + Quoted(column.Name()) + " " + column.Type();
     }
-    sql += "CREATE TABLE " + schema + "." + Quoted(definition.name) + " (" + columns + "\n);\n\n";
+    sql +=
+        "CREATE TABLE IF NOT EXISTS " + schema + "." + Quoted(definition.name) + " (" + columns + "\n);\n\n";
   }
   return sql;
 }

@@ -13,7 +13,7 @@ namespace brio::tools {
 struct ExpectedTable {
   std::string name;  ///< "daq.runs"
   std::vector<std::string> columns;
-  std::map<std::string, std::string> types;  ///< of columns, where a definition file has them
+  std::map<std::string, std::string> types;  ///< of the columns, as CREATE TABLE says them
   std::set<std::string> unused;              ///< columns that no loader asks for
 };
 

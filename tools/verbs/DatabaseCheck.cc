@@ -102,6 +102,7 @@ void CompareColumns(const ExpectedTable& table, const FoundColumns& columns, Dat
     const auto type = table.types.find(column);
     if (type != table.types.end() && KindOf(type->second) != KindOf(found->second.type)) {
       check.wrongTypes.push_back(name + " is " + found->second.type + ", not " + type->second);
+      check.lacksNeeded |= isNeeded;
     }
   }
   if (!unreadable.empty() && unreadable.size() == table.columns.size()) { unreadable = {table.name}; }

@@ -1,12 +1,18 @@
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <memory>
 #include <optional>
 
 #include "tools/maps/AboutRun.h"
 #include "tools/maps/BoardMapForms.h"
+#include "tools/maps/ChannelMap.h"
+#include "tools/maps/PictureFile.h"
 #include "tools/shared/Console.h"
 #include "tools/shared/OutputFile.h"
+#include "tools/shared/TerminalText.h"
 #include "tools/verbs/Verb.h"
 
 namespace brio::tools {
@@ -16,14 +22,17 @@ using brio::dbi::RunHistory;
 
 struct MapOptions {
   std::string quantity;
-  std::string view = "readout";
+  std::string view;
+  bool channels = false;
   std::optional<int> minus;
   ScaleChoice scale;
   std::string format;
   std::string file = "-";
 };
 
-constexpr std::array kForms{"text", "svg", "csv", "json"};
+constexpr std::array kForms{"text", "svg", "png", "pdf", "csv", "json"};
+
+bool IsRendered(const std::string& form) { return form == "png" || form == "pdf"; }
 
 /// Why a quantity cannot be had though the run can; empty when it can.
 std::string WhyNotKnown(const RunHistory& history, const QuantityInfo& quantity) {
@@ -50,11 +59,41 @@ std::optional<std::string> FormOf(const MapOptions& mapOptions, const Options& o
   return isForm ? std::optional(ending) : std::nullopt;
 }
 
-std::string Draw(const BoardMap& map, const MapStyle& style, const std::string& form, bool colored) {
-  if (form == "json") { return JsonText(JsonForm(map), -1) + '\n'; }
+std::string Draw(const BoardMap& map, MapStyle style, const std::string& form, bool colored) {
+  if (form == "json") { return JsonForm(map) + '\n'; }
   if (form == "csv") { return CsvForm(map); }
   if (form == "svg") { return SvgForm(map, style); }
-  return TextForm(map, style, colored);
+  if (!IsRendered(form)) { return TextForm(map, style, colored); }
+  style.hasTooltips = false;
+  style.isForRenderer = true;
+  return Rendered(SvgForm(map, style), form);
+}
+
+/// What is wrong with the options taken together; empty when nothing is.
+std::string WhyWrong(const MapOptions& asked, const Options& options,
+                     const std::optional<std::string>& form) {
+  if (!form) {
+    return '"' + asked.file +
+           "\" ends in none of .txt, .svg, .png, .pdf, .csv and .json; --format names the form";
+  }
+  const bool isYesNo = asked.quantity == "installed" || asked.quantity == "enabled";
+  if (isYesNo && (asked.scale.min || asked.scale.max)) {
+    return asked.quantity + " is yes or no and has no scale for --min and --max";
+  }
+  if (asked.scale.min && asked.scale.max && *asked.scale.min >= *asked.scale.max) {
+    return "--min must be less than --max";
+  }
+  if (asked.channels && asked.view == "readout") {
+    return "channels are drawn by plane and cell: --view geometry";
+  }
+  if (asked.channels && *form == "text") {
+    return "a map of channels is no text; --format or the file's ending chooses svg, png, pdf, csv or json";
+  }
+  if (asked.minus == options.run) { return "the run differs from itself in nothing; --minus takes another"; }
+  if (IsRendered(*form) && asked.file == "-" && console::IsTerminal(STDOUT_FILENO)) {
+    return "a terminal shows no " + *form + "; -o names a file";
+  }
+  return {};
 }
 
 /// A run's map, as far as it can be had.
@@ -64,7 +103,7 @@ struct RunMap {
 };
 
 /// What could not be had is told to standard error.
-RunMap MapOfRun(int run, const QuantityInfo& quantity, const Options& options) {
+RunMap MapOfRun(int run, const QuantityInfo& quantity, bool channels, const Options& options) {
   RunHistory history(run, options.detector);
   ApplyTo(history, options);
   const LoadedParts parts = LoadParts(history, quantity.depth);
@@ -73,7 +112,9 @@ RunMap MapOfRun(int run, const QuantityInfo& quantity, const Options& options) {
   RunMap made;
   made.isClean = outcome.IsClean() && reason.empty();
   if (reason.empty()) {
-    made.map = MakeBoardMap(arrays::MakeBoards(history, parts), quantity);
+    const auto boards = arrays::MakeBoards(history, parts);
+    made.map = channels ? MakeChannelMap(arrays::MakeChannels(history, parts), boards, quantity)
+                        : MakeBoardMap(boards, quantity);
     made.map->about.push_back(AboutRun(history, options));
     reason = outcome.reason;
   }
@@ -84,23 +125,30 @@ RunMap MapOfRun(int run, const QuantityInfo& quantity, const Options& options) {
 ExitStatus DrawMap(const MapOptions& mapOptions, const Options& options) {
   const QuantityInfo& quantity = QuantityNamed(mapOptions.quantity);
   const auto form = FormOf(mapOptions, options);
-  if (!form) {
-    console::Say("runhistory: \"" + mapOptions.file +
-                 "\" ends in none of .txt, .svg, .csv and .json; --format names the form");
+  const std::string wrong = WhyWrong(mapOptions, options, form);
+  if (!wrong.empty()) {
+    console::Say("runhistory: " + Visible(wrong));
     return kWrongUsage;
   }
+  if (IsRendered(*form)) {
+    const std::string reason = WhyNotRendered(*form);
+    if (!reason.empty()) {
+      console::Say("runhistory: " + reason);
+      return kUnavailable;
+    }
+  }
   OutputFile file(mapOptions.file);
-  RunMap made = MapOfRun(options.run, quantity, options);
+  RunMap made = MapOfRun(options.run, quantity, mapOptions.channels, options);
   bool isClean = made.isClean;
   if (mapOptions.minus) {
-    const RunMap minus = MapOfRun(*mapOptions.minus, quantity, options);
+    const RunMap minus = MapOfRun(*mapOptions.minus, quantity, mapOptions.channels, options);
     isClean = isClean && minus.isClean;
     if (!minus.map) { return kUnavailable; }
     if (made.map) { made.map = Difference(*made.map, *minus.map); }
   }
   if (!made.map) { return kUnavailable; }
   MapStyle style;
-  style.view = ViewNamed(mapOptions.view);
+  style.view = mapOptions.view == "geometry" || mapOptions.channels ? View::Geometry : View::Readout;
   style.scale = mapOptions.scale;
   file.Stream() << Draw(*made.map, style, *form, mapOptions.file == "-" && UsesColor(options));
   file.Keep();
@@ -122,17 +170,27 @@ Action PrepareMap(CLI::App& command, const Options& options) {
       ->check(CLI::IsMember(names));
   command
       .add_option("--view", mapOptions->view,
-                  "How boards are laid out: as they are read out, or by plane and cell")
+                  "Where boards stand: as they are read out, which is the default, or by plane and cell")
+      ->type_name("VIEW")
       ->check(CLI::IsMember(ViewNames()));
+  command.add_flag("--channels", mapOptions->channels, "Draw each channel, by plane and cell");
   command.add_option("--minus", mapOptions->minus, "Draw by how much the run differs from this one")
       ->type_name("RUN");
-  command.add_option("--min", mapOptions->scale.min, "Where the scale of colours begins")->type_name("X");
-  command.add_option("--max", mapOptions->scale.max, "Where it ends")->type_name("X");
+  const auto isFinite = [](const std::string& text) {
+    double number = 0;
+    const bool isNumber = CLI::detail::lexical_cast(text, number) && std::isfinite(number);
+    return isNumber ? std::string() : '"' + Visible(text) + "\" is no number";
+  };
+  command.add_option("--min", mapOptions->scale.min, "Where the scale of colours begins")
+      ->type_name("X")
+      ->check(isFinite);
+  command.add_option("--max", mapOptions->scale.max, "Where it ends")->type_name("X")->check(isFinite);
   command
       .add_option_function<std::string>(
           "--palette",
           [mapOptions](const std::string& name) { mapOptions->scale.palette = PaletteNamed(name); },
           "The colours; cividis unless given, of a difference blue-orange")
+      ->type_name("PALETTE")
       ->check(CLI::IsMember(PaletteNames()));
   command
       .add_option("--format", mapOptions->format, "The form, whatever the file's ending; text unless given")

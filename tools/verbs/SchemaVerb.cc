@@ -15,15 +15,20 @@ namespace {
 struct SchemaOptions {
   bool indexes = false;
   bool hardware = false;
+  std::string only;  ///< one of a site's databases; all when empty
 };
 
 std::string Statements(const SchemaOptions& schema) {
-  std::string sql = RunTablesSql();
-  sql += SqlFile(kRunIndexes) + '\n';
-  sql += SqlFile(kConfigurationTables) + '\n';
-  sql += SqlFile(kSlowControlTables);
-  if (schema.hardware) { sql += '\n' + SqlFile(kHardwareTables); }
-  if (schema.indexes) { sql += '\n' + SqlFile(kHardwareIndexes); }
+  const auto isAskedFor = [&](const char* database) {
+    return schema.only.empty() || schema.only == database;
+  };
+  std::string sql = isAskedFor("runs") ? RunTablesSql() : "";
+  if (isAskedFor("runs")) { sql += SqlFile(kRunIndexes); }
+  const auto add = [&](const std::string& statements) { sql += (sql.empty() ? "" : "\n") + statements; };
+  if (isAskedFor("daqconfig")) { add(SqlFile(kConfigurationTables)); }
+  if (isAskedFor("slowcontrol")) { add(SqlFile(kSlowControlTables)); }
+  if (schema.hardware || schema.only == "hardware") { add(SqlFile(kHardwareTables)); }
+  if (schema.indexes && isAskedFor("hardware")) { add(SqlFile(kHardwareIndexes)); }
   return sql;
 }
 
@@ -47,8 +52,13 @@ Json ListOf(const std::string& sql) {
 
 Action PrepareSchema(CLI::App& command, const Options& options) {
   auto schema = std::make_shared<SchemaOptions>();
-  command.add_flag("--hardware", schema->hardware,
-                   "Also the hardware tables, for a site whose hardware database is not there yet");
+  auto* hardware =
+      command.add_flag("--hardware", schema->hardware,
+                       "Also the hardware tables, for a site whose hardware database is not there yet");
+  command
+      .add_option("--only", schema->only, "Only the tables of one database, for a site that keeps them apart")
+      ->check(CLI::IsMember({"runs", "hardware", "daqconfig", "slowcontrol"}))
+      ->excludes(hardware);
   command.add_flag("--indexes", schema->indexes, "Also the recommended indexes of the hardware tables");
   return [schema, &options] {
     const std::string sql = Statements(*schema);

@@ -1,5 +1,6 @@
-#include <chrono>
 #include <memory>
+#include <optional>
+#include <utility>
 
 #include "RunHistory/DetInfo.h"
 #include "arrays/Runs.h"
@@ -40,17 +41,6 @@ bool Add(const std::string& word, std::vector<Wanted>& wanted) {
   const auto range = ParseRunRange(word.substr(colon + 1));
   if (range) { Add(detector, *range, wanted); }
   return range.has_value();
-}
-
-/// "3 of 21, about 40 s left"
-std::string Place(std::size_t index, std::size_t count, std::chrono::steady_clock::duration spent) {
-  std::string text = std::to_string(index + 1) + " of " + std::to_string(count);
-  if (index > 0) {
-    const double perRun = std::chrono::duration<double>(spent).count() / static_cast<double>(index);
-    const auto left = static_cast<std::time_t>(perRun * static_cast<double>(count - index)) + 1;
-    text += ", about " + Duration(left) + " left";
-  }
-  return text;
 }
 
 struct Counts {
@@ -111,17 +101,12 @@ ExitStatus SaveSnapshot(const Options& options, bool isRunGiven, const SnapshotR
   saver.AlsoAsk(AskForVerbs);
   Counts counts;
   Json list = Json::array();
-  const auto start = std::chrono::steady_clock::now();
   Quiet quiet(options.verbose);
-  for (std::size_t i = 0; i < wanted.size(); ++i) {
-    const auto& [detector, run] = wanted[i];
+  std::optional<Progress> progress(std::in_place, "");
+  for (const auto& [detector, run] : wanted) {
     const std::string name = "run " + std::to_string(run) + " of " + detector;
-    snapshot::SavedResult result;
-    {
-      const Progress progress("saving " + name + " (" +
-                              Place(i, wanted.size(), std::chrono::steady_clock::now() - start) + ")");
-      result = saver.Save(detector, run);
-    }
+    progress->Next("saving " + name, wanted.size());
+    const auto result = saver.Save(detector, run);
     const std::string complaint = quiet.TakeComplaint();
     ++(result.saved == Saved::Whole     ? counts.whole
        : result.saved == Saved::Missing ? counts.missing
@@ -129,11 +114,13 @@ ExitStatus SaveSnapshot(const Options& options, bool isRunGiven, const SnapshotR
     Json entry{{"detector", detector}, {"run", run}, {"saved", WordOf(result.saved)}};
     if (result.saved == Saved::Refused) {
       const std::string reason = result.reason + (complaint.empty() ? "" : " (" + complaint + ")");
-      console::Say("runhistory: " + name + " is not saved: " + reason);
+      const std::string told = "runhistory: " + name + " is not saved: " + reason;
+      progress->Aside([&] { console::Say(told); });
       entry["reason"] = reason;
     }
     list.push_back(std::move(entry));
   }
+  progress.reset();
   // With nothing to put into it a file that is there stays as it is.
   const bool isSaved = counts.whole + counts.missing > 0;
   if (isSaved) { saver.Commit(); }

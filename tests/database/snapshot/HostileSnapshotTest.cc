@@ -50,9 +50,10 @@ protected:
       const auto hash = dbi::snapshot::HashOf(block);
       record.blocks += dbi::snapshot::BytesOf(hash);
       const auto frame = dbi::snapshot::Compress(block);
-      SQLiteQuery insert(file, "INSERT OR IGNORE INTO block (hash, size, data) VALUES (?, ?, ?)");
+      SQLiteQuery insert(file, "INSERT OR IGNORE INTO block (hash, size, frame, data) VALUES (?, ?, ?, ?)");
+      const auto hashOfFrame = dbi::snapshot::HashOf(frame);
       insert.BindBytes(dbi::snapshot::BytesOf(hash)).Bind(static_cast<std::int64_t>(block.size()));
-      insert.BindBytes(frame).Step();
+      insert.BindBytes(dbi::snapshot::BytesOf(hashOfFrame)).BindBytes(frame).Step();
     }
     const auto question = dbi::snapshot::HashOf(Key("own"));
     SQLiteQuery find(file, "SELECT id FROM question WHERE hash = ?");
@@ -198,8 +199,28 @@ TEST_F(HostileSnapshot, WithBlocksThatClaimToBeHugeIsRefused) {
         << size;
   }
   Alter("UPDATE block SET data = zeroblob(100)");
-  EXPECT_EQ(Asking(), Damaged("a block has another size than it should have"));
+  EXPECT_EQ(Asking(), Damaged("a block has another hash than it should have"));
   EXPECT_LT(PeakMegabytes() - before, 50);
+}
+
+TEST_F(HostileSnapshot, WhoseFramesAreNoneThoughTheirHashesFitIsRefused) {
+  {
+    auto file = SQLiteFile::OpenToFill(path_);
+    SQLiteQuery blocks(file, "SELECT id, data FROM block");
+    std::vector<std::pair<std::int64_t, std::string>> frames;
+    while (blocks.Step()) {
+      frames.emplace_back(blocks.Number(0), blocks.Text(1));
+    }
+    for (auto& [id, frame] : frames) {
+      frame.resize(frame.size() / 2);
+      const auto hash = dbi::snapshot::HashOf(frame);
+      SQLiteQuery update(file, "UPDATE block SET data = ?, frame = ? WHERE id = ?");
+      update.BindBytes(frame).BindBytes(dbi::snapshot::BytesOf(hash)).Bind(id).Step();
+    }
+  }
+  EXPECT_EQ(Asking(), Damaged("a block cannot be decompressed"));
+  EXPECT_THAT(SnapshotFile::Open(path_)->VerifyAll(),
+              testing::Contains(testing::HasSubstr("a block cannot be decompressed")));
 }
 
 /// Gigabytes in a file of some hundred kilobytes.
