@@ -22,6 +22,7 @@ constexpr Verb kVerbs[] = {
     {"show", "One screen on a run, or on each run of a range", PrepareShow},
     {"channel", "Where channels are, what is installed there and how it was set", PrepareChannel},
     {"map", "Draw a quantity over the whole detector", PrepareMap},
+    {"report", "One page on a run for a browser, or pages and an index of a range", PrepareReport},
     {"history", "A quantity over runs, with its changes", PrepareHistory},
     {"export", "Everything on each board or each channel, as CSV, JSON or SQLite", PrepareExport},
     {"mask", "The good-diblock mask, the analysis mask and what the rule does", PrepareMask},

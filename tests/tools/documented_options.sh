@@ -26,7 +26,7 @@ completes() {
 }
 
 verbs=$("$command" --help | sed -n '/^Subcommands:/,/^$/s/^  \([a-z]*\) .*/\1/p')
-[[ $(wc -w <<<"$verbs") -eq 15 ]] || fail "the help names these verbs: $verbs"
+[[ $(wc -w <<<"$verbs") -eq 16 ]] || fail "the help names these verbs: $verbs"
 [[ $(completes '' | grep -v '^--' | sort) == $(printf '%s\n' help version "$verbs" | sort) ]] || fail "bash completes other verbs"
 for verb in $verbs; do
   grep -qE "^\.BI? $verb( |\$)" <<<"$manual" || fail "the man page has no $verb"

@@ -41,6 +41,8 @@ Action PrepareShow(CLI::App& command, const Options& options);
 Action PrepareChannel(CLI::App& command, const Options& options);
 /// `runhistory map QUANTITY`: a quantity over the whole detector, as text, picture or table.
 Action PrepareMap(CLI::App& command, const Options& options);
+/// `runhistory report`: one page on a run, or a page for each run of a range and an index.
+Action PrepareReport(CLI::App& command, const Options& options);
 /// `runhistory export boards|channels`: everything that is known of each, as CSV, JSON or an SQLite database.
 Action PrepareExport(CLI::App& command, const Options& options);
 /// `runhistory history QUANTITY`: a quantity of a channel, a board, a DCM or the detector over runs.
