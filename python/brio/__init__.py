@@ -28,6 +28,11 @@ load that waits for a server.
 import atexit as _atexit
 import os as _os
 
+try:
+    from . import _tree as _tree  # type: ignore[attr-defined]  # only in a build tree
+except ImportError:
+    pass
+
 from . import _brio
 from ._detector import DETECTORS
 from ._errors import DatabaseError as DatabaseError

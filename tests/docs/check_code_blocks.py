@@ -3,8 +3,8 @@
 
     check_code_blocks.py REPOSITORY
 
-Above each ```cpp or ```cmake block stands the comment <!-- file: PATH -->, and the block equals that file; every file
-in docs/examples is shown somewhere.
+Above each ```cpp or ```cmake block stands the comment <!-- file: PATH -->, and the block equals that file; every such
+file in docs/examples is shown somewhere.
 """
 
 import pathlib
@@ -14,9 +14,15 @@ import sys
 BLOCK = re.compile(r"(?:<!-- file: (?P<file>\S+) -->\s*\n)?```(?:cpp|cmake)\n(?P<code>.*?)```", re.DOTALL)
 
 
+# What is built, or installed for a test.
+NOT_OURS = {"build", "out", "node_modules"}
+# Of the others (Python, notebooks) tests/python takes care.
+COMPARED = {".cc", ".txt"}
+
+
 def problems(repository: pathlib.Path):
     pages = [page for page in sorted(repository.rglob("*.md"))
-             if page.relative_to(repository).parts[0] not in ("build", "out")]
+             if not NOT_OURS.intersection(page.relative_to(repository).parts)]
     shown = set()
     for page in pages:
         for block in BLOCK.finditer(page.read_text()):
@@ -30,7 +36,7 @@ def problems(repository: pathlib.Path):
                 yield f"{where}: there is no {block['file']}"
             elif source.read_text() != block["code"]:
                 yield f"{where}: differs from {block['file']}"
-    for example in sorted(path for path in (repository / "docs/examples").rglob("*") if path.is_file()):
+    for example in sorted(path for path in (repository / "docs/examples").rglob("*") if path.suffix in COMPARED):
         name = str(example.relative_to(repository))
         if name not in shown:
             yield f"{name}: no page shows it"
