@@ -11,7 +11,7 @@ namespace brio::dbi::snapshot {
 
 /// A block as it lies in the file, found whole. Those that are not small are read again when they are needed.
 struct Frame {
-  ContentHash hash;      ///< of what is in it
+  ContentHash hash{};    ///< of what is in it
   std::size_t size = 0;  ///< of what is in it
   std::string data;      ///< empty when it is to be read again
 };
