@@ -121,7 +121,8 @@ TEST(CheckVerb, SaysWhichColumnsOfTheHardwareTablesHaveAnotherType) {
 
 TEST(CheckVerb, FindsNoOtherTypesInTheSample) {
   for (const auto* detector : {"Birch", "Alder", "Cedar"}) {
-    for (const auto& database : JsonOnSmall(detector, {"check"})["databases"]) {
+    const auto report = JsonOnSmall(detector, {"check"});
+    for (const auto& database : report["databases"]) {
       EXPECT_EQ(database["wrong_types"], Arguments{});
     }
   }
