@@ -15,6 +15,7 @@ namespace brio::test {
 namespace {
 
 using nlohmann::json;
+using testing::ContainsRegex;
 using testing::HasSubstr;
 
 json HistoryOf(const std::string& quantity, Arguments arguments, const std::string& detector = "Birch") {
@@ -227,6 +228,13 @@ TEST(HistoryVerb, RefusesWhatTheDetectorDoesNotHave) {
   EXPECT_EQ(OnSmall("Birch", {"history", "gain", "--dcm", "5/1", "--detector-mean", "-r", "13000"}).status,
             2);
   EXPECT_EQ(OnSmall("Birch", {"history", "colour", "--detector-mean", "-r", "13000"}).status, 2);
+}
+
+TEST(HistoryVerb, CountsNoEnabledBoardsWhereTheConfigurationCannotBeRead) {
+  const auto result = OnSmall("Birch", {"history", "enabled", "--detector-mean", "-r", "13014-13016"});
+  EXPECT_THAT(result.output, ContainsRegex("\n13015 [^\n]* - +there is no configuration 9999 in"));
+  EXPECT_THAT(result.output, ContainsRegex("\n13014 [^\n]* - +configuration 1011 has no enable masks"));
+  EXPECT_THAT(result.output, ContainsRegex("\n13016 [^\n]* [1-9][0-9]*\n"));
 }
 
 TEST(HistoryVerb, TellsOfRunsThatThereAreNot) {

@@ -77,8 +77,19 @@ HistoryPoint OfBoard(const MapBoard& board, bool isYesNo) {
 }
 
 /// The mean of what is known, or how many boards are; why there is nothing, if all have the same reason.
+bool CouldNotBeRead(const MapBoard& board) {
+  return board.status == Status::RunNotLoaded || board.status == Status::HardwareNotLoaded ||
+         board.status == Status::ConfigurationNotLoaded || board.status == Status::SettingsNotLoaded;
+}
+
 HistoryPoint OfMany(const std::vector<MapBoard>& boards, bool isYesNo) {
   HistoryPoint point;
+  // Boards that are not installed are not enabled either, but their number is no count of the others.
+  const auto unread = std::find_if(boards.begin(), boards.end(), CouldNotBeRead);
+  if (isYesNo && unread != boards.end()) {
+    point.status = arrays::NameOf(unread->status);
+    return point;
+  }
   double sum = 0;
   bool isAnswered = false;
   bool isSame = true;

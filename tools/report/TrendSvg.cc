@@ -11,7 +11,7 @@ namespace brio::tools {
 namespace {
 
 // Lengths are in the picture's own unit.
-constexpr double kLeft = 62;
+constexpr double kLeft = 80;
 constexpr double kRight = 408;
 constexpr double kTop = 14;
 constexpr double kBottom = 130;
